@@ -1,0 +1,36 @@
+# Helpers shared by every CMakeLists.txt of the project.
+
+# Warnings for project code; errors unless TARN_WERROR is off.
+function(tarn_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                           -Wno-unused-parameter)
+  if(TARN_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# A platform stand-in library: shared, default visibility, headers under platform/.
+function(tarn_platform_library target)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_LIBS;PRIVATE_LIBS" ${ARGN})
+  add_library(${target} SHARED ${ARG_SOURCES})
+  target_include_directories(${target} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform>
+    $<INSTALL_INTERFACE:include/tarn>)
+  target_link_libraries(${target} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
+  tarn_warnings(${target})
+endfunction()
+
+# A GoogleTest executable registered with CTest as one test. CTest runs it through
+# CMAKE_CROSSCOMPILING_EMULATOR when cross-compiling because the command names a target.
+function(tarn_unittest target)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
+  if(NOT TARN_BUILD_TESTS)
+    return()
+  endif()
+  add_executable(${target} ${ARG_SOURCES})
+  target_link_libraries(${target} PRIVATE ${ARG_LIBS} gmock gtest_main)
+  tarn_warnings(${target})
+  add_test(NAME ${target} COMMAND ${target})
+  set(labels unit ${ARG_LABELS})
+  set_tests_properties(${target} PROPERTIES LABELS "${labels}" TIMEOUT 300)
+endfunction()

@@ -1,0 +1,58 @@
+// The platform runtime that loads components: its configuration options, its threads and
+// its reflection registry. One per process.
+
+#ifndef RUNTIME_RUNTIME_H_
+#define RUNTIME_RUNTIME_H_
+
+#include <map>
+#include <mutex>
+#include <string>
+
+template <typename Type>
+struct LeakySingletonTraits;
+
+namespace runtime {
+
+class Runtime {
+ public:
+  static Runtime* GetInstance();
+
+  Runtime(const Runtime&) = delete;
+  Runtime& operator=(const Runtime&) = delete;
+
+  // Which configuration file the options come from. Until this is called the runtime reads
+  // $TARN_CONFIG, or ./config.xml when that is unset, the first time an option is needed.
+  // Reads the file now; a malformed file writes one error line naming the file and the
+  // line, leaves no options and returns false.
+  bool LoadConfigFile(const std::string& path);
+
+  // Sets |value| to the option's text; leaves it empty and returns false when the
+  // configuration has no such option.
+  virtual bool GetConfigOption(const std::string& key, std::string& value) const;
+
+  // Sets or replaces one option, on top of what the file gave.
+  void SetConfigOption(const std::string& key, const std::string& value);
+
+  // Forgets every option and which file they came from; the next look-up reads the
+  // default file again.
+  void ResetConfigForTesting();
+
+ protected:
+  Runtime();
+  virtual ~Runtime();
+
+ private:
+  friend struct LeakySingletonTraits<Runtime>;
+
+  // Reads the default file if no file was read yet. Needs |lock_| held.
+  void EnsureConfigLoadedLocked() const;
+  bool LoadConfigFileLocked(const std::string& path) const;
+
+  mutable std::mutex lock_;
+  mutable bool config_loaded_ = false;
+  mutable std::map<std::string, std::string> options_;
+};
+
+}  // namespace runtime
+
+#endif  // RUNTIME_RUNTIME_H_
