@@ -13,8 +13,8 @@ struct LevelName {
 
 // Compared in this order; the first equal name wins.
 const LevelName kLevelNames[] = {
-    {"LOG_VERBOSE", logging::LOG_VERBOSE}, {"LOG_INFO", logging::LOG_INFO},
-    {"LOG_WARNING", logging::LOG_WARNING}, {"LOG_ERROR", logging::LOG_ERROR},
+    {"LOG_VERBOSE", logging::LOG_VERBOSE},           {"LOG_INFO", logging::LOG_INFO},
+    {"LOG_WARNING", logging::LOG_WARNING},           {"LOG_ERROR", logging::LOG_ERROR},
     {"LOG_ERROR_REPORT", logging::LOG_ERROR_REPORT}, {"LOG_FATAL", logging::LOG_FATAL},
 };
 
@@ -33,8 +33,7 @@ void ReadModuleLogLevel(const std::string& key, int* level) {
       return;
     }
   }
-  LOG_AT(logging::LOG_INFO) << "The value given for  " << key
-                            << " in config.xml is not supported.";
+  LOG_AT(logging::LOG_INFO) << "The value given for  " << key << " in config.xml is not supported.";
 }
 
 }  // namespace runtime

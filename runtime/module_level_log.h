@@ -21,11 +21,11 @@ void ReadModuleLogLevel(const std::string& key, int* level);
 }  // namespace runtime
 
 // A module line written as if from |function| (a bare function name).
-#define MODULE_LEVEL_LOG(module_name, module_level, severity, function)                   \
-  !(::logging::GetMinLogLevel() <= (severity) && (module_level) <= (severity))            \
-      ? (void)0                                                                           \
-      : ::logging::LogMessageVoidify() &                                                  \
-            ::logging::LogMessage(__FILE__, __LINE__, (severity)).stream()                \
+#define MODULE_LEVEL_LOG(module_name, module_level, severity, function)        \
+  !(::logging::GetMinLogLevel() <= (severity) && (module_level) <= (severity)) \
+      ? (void)0                                                                \
+      : ::logging::LogMessageVoidify() &                                       \
+            ::logging::LogMessage(__FILE__, __LINE__, (severity)).stream()     \
                 << " #" module_name "#" << (function) << "#  "
 
 #endif  // RUNTIME_MODULE_LEVEL_LOG_H_

@@ -36,8 +36,7 @@ const void* GetProgramCounter();
 
 }  // namespace tracked_objects
 
-#define FROM_HERE                                                                    \
-  ::tracked_objects::Location(__func__, __FILE__, __LINE__,                          \
-                              ::tracked_objects::GetProgramCounter())
+#define FROM_HERE \
+  ::tracked_objects::Location(__func__, __FILE__, __LINE__, ::tracked_objects::GetProgramCounter())
 
 #endif  // BASE_LOCATION_H_

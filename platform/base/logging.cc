@@ -17,8 +17,8 @@ namespace {
 
 std::atomic<LogMessageHandlerFunction> g_log_message_handler{nullptr};
 
-const char* const kSeverityNames[LOG_NUM_SEVERITIES] = {"INFO", "WARNING", "ERROR",
-                                                        "ERROR_REPORT", "FATAL"};
+const char* const kSeverityNames[LOG_NUM_SEVERITIES] = {"INFO", "WARNING", "ERROR", "ERROR_REPORT",
+                                                        "FATAL"};
 
 const char* Basename(const char* path) {
   const char* slash = std::strrchr(path, '/');

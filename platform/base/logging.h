@@ -94,10 +94,10 @@ std::string* MakeCheckOpString(const T1& v1, const T2& v2, const char* names) {
 
 }  // namespace logging
 
-#define LOG_AT(severity)                                          \
-  !(::logging::GetMinLogLevel() <= (severity))                    \
-      ? (void)0                                                   \
-      : ::logging::LogMessageVoidify() &                          \
+#define LOG_AT(severity)                       \
+  !(::logging::GetMinLogLevel() <= (severity)) \
+      ? (void)0                                \
+      : ::logging::LogMessageVoidify() &       \
             ::logging::LogMessage(__FILE__, __LINE__, (severity)).stream()
 
 #define CHECK(condition) \

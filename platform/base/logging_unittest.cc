@@ -15,8 +15,7 @@ struct Captured {
 };
 Captured g_captured;
 
-bool CaptureHandler(int severity, const char*, int, size_t message_start,
-                    const std::string& str) {
+bool CaptureHandler(int severity, const char*, int, size_t message_start, const std::string& str) {
   g_captured.severity = severity;
   g_captured.str = str;
   g_captured.message_start = message_start;
@@ -50,8 +49,9 @@ TEST_F(LoggingTest, LineHasTheHeaderThenTheMessageAsStreamed) {
 
 TEST_F(LoggingTest, SeverityNames) {
   const std::pair<LogSeverity, const char*> rows[] = {
-      {LOG_VERBOSE, "VERBOSE"}, {LOG_INFO, "INFO"},   {LOG_WARNING, "WARNING"},
-      {LOG_ERROR, "ERROR"},     {LOG_ERROR_REPORT, "ERROR_REPORT"}, {LOG_FATAL, "FATAL"},
+      {LOG_VERBOSE, "VERBOSE"},           {LOG_INFO, "INFO"},
+      {LOG_WARNING, "WARNING"},           {LOG_ERROR, "ERROR"},
+      {LOG_ERROR_REPORT, "ERROR_REPORT"}, {LOG_FATAL, "FATAL"},
   };
   for (const auto& row : rows)
     EXPECT_STREQ(row.second, LogSeverityName(row.first));

@@ -64,8 +64,7 @@ struct LocationKeyHash {
 class BirthTable {
  public:
   Births* Find(const Location& location) {
-    const LocationKey key{location.function_name(), location.file_name(),
-                          location.line_number()};
+    const LocationKey key{location.function_name(), location.file_name(), location.line_number()};
     std::lock_guard<std::mutex> lock(lock_);
     std::unique_ptr<Births>& births = table_[key];
     if (!births)

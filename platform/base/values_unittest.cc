@@ -31,9 +31,9 @@ TEST(ValuesTest, TypedGettersSucceedOnlyForTheExactType) {
     bool as_bool, as_int, as_double, as_string;
   };
   const Row rows[] = {
-      {"b", true, false, false, false},   {"i", false, true, false, false},
-      {"d", false, false, true, false},   {"s", false, false, false, true},
-      {"n", false, false, false, false},  {"missing", false, false, false, false},
+      {"b", true, false, false, false},  {"i", false, true, false, false},
+      {"d", false, false, true, false},  {"s", false, false, false, true},
+      {"n", false, false, false, false}, {"missing", false, false, false, false},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.key);

@@ -49,8 +49,8 @@ bool ConfigFile::Parse(const std::string& text, const std::string& name, std::st
     const char* key = option->Attribute("name");
     const char* value = option->Attribute("value");
     if (key == nullptr || value == nullptr) {
-      *error = Where(name, option->GetLineNum()) +
-               "<option> needs both a name and a value attribute";
+      *error =
+          Where(name, option->GetLineNum()) + "<option> needs both a name and a value attribute";
       return false;
     }
     options[key] = value;

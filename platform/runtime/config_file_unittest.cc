@@ -16,16 +16,16 @@ namespace {
 TEST(ConfigFileTest, ReadsOptionsUnderTheRoot) {
   ConfigFile config;
   std::string error;
-  ASSERT_TRUE(config.Parse(
-      "<?xml version=\"1.0\"?>\n"
-      "<config>\n"
-      "  <option name=\"av_log_level\" value=\"LOG_ERROR\"/>\n"
-      "  <option name=\"empty\" value=\"\"/>\n"
-      "  <option name=\"twice\" value=\"first\"/>\n"
-      "  <option name=\"twice\" value=\"second\"/>\n"
-      "  <group><option name=\"nested\" value=\"ignored\"/></group>\n"
-      "</config>\n",
-      "config.xml", &error))
+  ASSERT_TRUE(
+      config.Parse("<?xml version=\"1.0\"?>\n"
+                   "<config>\n"
+                   "  <option name=\"av_log_level\" value=\"LOG_ERROR\"/>\n"
+                   "  <option name=\"empty\" value=\"\"/>\n"
+                   "  <option name=\"twice\" value=\"first\"/>\n"
+                   "  <option name=\"twice\" value=\"second\"/>\n"
+                   "  <group><option name=\"nested\" value=\"ignored\"/></group>\n"
+                   "</config>\n",
+                   "config.xml", &error))
       << error;
   const std::map<std::string, std::string> expected = {
       {"av_log_level", "LOG_ERROR"}, {"empty", ""}, {"twice", "second"}};

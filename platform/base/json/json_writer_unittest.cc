@@ -73,14 +73,14 @@ TEST(JSONWriterTest, StringEscapes) {
       {std::string("\x01\x1F\0", 3), "\"\\u0001\\u001F\\u0000\""},
       {"<a>", "\"\\u003Ca\\u003E\""},
       {"/\x7F", "\"/\x7F\""},
-      {"\xC3\xA9", "\"\\u00E9\""},                        // U+00E9, two bytes
-      {"\xE2\x82\xAC", "\"\\u20AC\""},                    // U+20AC, three bytes
-      {"\xF0\x9F\x98\x80", "\"\\uD83D\\uDE00\""},         // U+1F600, a surrogate pair
-      {"\xFF", "\"\\uFFFD\""},                            // not a lead byte
-      {"\x80x", "\"\\uFFFDx\""},                          // stray continuation byte
-      {"\xC3", "\"\\uFFFD\""},                            // truncated at the end
-      {"\xC0\xAF", "\"\\uFFFD\\uFFFD\""},                 // overlong '/'
-      {"\xED\xA0\x80", "\"\\uFFFD\\uFFFD\\uFFFD\""},      // an encoded surrogate
+      {"\xC3\xA9", "\"\\u00E9\""},                               // U+00E9, two bytes
+      {"\xE2\x82\xAC", "\"\\u20AC\""},                           // U+20AC, three bytes
+      {"\xF0\x9F\x98\x80", "\"\\uD83D\\uDE00\""},                // U+1F600, a surrogate pair
+      {"\xFF", "\"\\uFFFD\""},                                   // not a lead byte
+      {"\x80x", "\"\\uFFFDx\""},                                 // stray continuation byte
+      {"\xC3", "\"\\uFFFD\""},                                   // truncated at the end
+      {"\xC0\xAF", "\"\\uFFFD\\uFFFD\""},                        // overlong '/'
+      {"\xED\xA0\x80", "\"\\uFFFD\\uFFFD\\uFFFD\""},             // an encoded surrogate
       {"\xF4\x90\x80\x80", "\"\\uFFFD\\uFFFD\\uFFFD\\uFFFD\""},  // above U+10FFFF
   };
   for (const Row& row : rows) {
@@ -94,8 +94,8 @@ TEST(JSONWriterTest, RefusesWhatJsonCannotExpress) {
   with_binary.Set("bin", BinaryValue::CreateWithCopiedBuffer("ab", 2));
   DictionaryValue with_nan;
   with_nan.SetDouble("d", std::numeric_limits<double>::quiet_NaN());
-  for (const Value* value : {static_cast<const Value*>(&with_binary),
-                             static_cast<const Value*>(&with_nan)}) {
+  for (const Value* value :
+       {static_cast<const Value*>(&with_binary), static_cast<const Value*>(&with_nan)}) {
     std::string json = "stale";
     EXPECT_FALSE(JSONWriter::Write(value, &json));
     EXPECT_EQ("", json);

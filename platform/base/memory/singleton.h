@@ -36,7 +36,8 @@ struct LeakySingletonTraits {
   static Type* New() { return new Type(); }
 };
 
-template <typename Type, typename Traits = LeakySingletonTraits<Type>,
+template <typename Type,
+          typename Traits = LeakySingletonTraits<Type>,
           typename DifferentiatingType = Type>
 class Singleton {
  public:
@@ -47,8 +48,8 @@ class Singleton {
     if (value > base::internal::kBeingCreatedMarker)
       return reinterpret_cast<Type*>(value);
     for (;;) {
-      if (base::subtle::pLinuxKernelCmpxchg(0, base::internal::kBeingCreatedMarker,
-                                            &instance_) == 0) {
+      if (base::subtle::pLinuxKernelCmpxchg(0, base::internal::kBeingCreatedMarker, &instance_) ==
+          0) {
         Type* created = Traits::New();
         base::subtle::pLinuxKernelMemoryBarrier();
         base::subtle::Release_Store(&instance_, reinterpret_cast<AtomicWord>(created));

@@ -31,7 +31,9 @@ class SlowToBuild {
 
 class Other {
  public:
-  static Other* GetInstance() { return Singleton<Other, LeakySingletonTraits<Other>, Other>::get(); }
+  static Other* GetInstance() {
+    return Singleton<Other, LeakySingletonTraits<Other>, Other>::get();
+  }
 };
 
 TEST(SingletonTest, ConcurrentFirstCallersShareOneFullyBuiltInstance) {
@@ -60,7 +62,8 @@ TEST(SingletonTest, ConcurrentFirstCallersShareOneFullyBuiltInstance) {
 }
 
 TEST(SingletonTest, EachTypeHasItsOwnWord) {
-  EXPECT_NE(static_cast<void*>(Other::GetInstance()), static_cast<void*>(SlowToBuild::GetInstance()));
+  EXPECT_NE(static_cast<void*>(Other::GetInstance()),
+            static_cast<void*>(SlowToBuild::GetInstance()));
 }
 
 TEST(AtomicOpsTest, CompareAndSwapReturnsZeroOnlyWhenItSwapped) {

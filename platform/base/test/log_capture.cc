@@ -23,7 +23,10 @@ ScopedLogCapture::~ScopedLogCapture() {
 }
 
 // static
-bool ScopedLogCapture::Handle(int severity, const char* file, int, size_t message_start,
+bool ScopedLogCapture::Handle(int severity,
+                              const char* file,
+                              int,
+                              size_t message_start,
                               const std::string& str) {
   ScopedLogCapture* capture = g_capture.load();
   if (capture == nullptr)

@@ -32,7 +32,10 @@ class ScopedLogCapture {
   void Clear();
 
  private:
-  static bool Handle(int severity, const char* file, int line, size_t message_start,
+  static bool Handle(int severity,
+                     const char* file,
+                     int line,
+                     size_t message_start,
                      const std::string& str);
 
   mutable std::mutex lock_;

@@ -25,7 +25,6 @@ void ReadLogLevel();
 #define AV_LOG(severity) MODULE_LEVEL_LOG("av", ::av::log_level, severity, __func__)
 
 // A module line on behalf of |function|, for helpers shared by several operations.
-#define AV_LOG_AS(severity, function) \
-  MODULE_LEVEL_LOG("av", ::av::log_level, severity, function)
+#define AV_LOG_AS(severity, function) MODULE_LEVEL_LOG("av", ::av::log_level, severity, function)
 
 #endif  // PLUGIN_DEVICE_AV_PLUGIN_AV_LOG_H_

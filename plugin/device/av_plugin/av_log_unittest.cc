@@ -48,8 +48,9 @@ TEST_F(AvLogTest, MissingOrUnsupportedValueKeepsTheLevelAndSaysSo) {
     const char* line;
   };
   const Row rows[] = {
-      {nullptr, kMissing},          {"", kMissing},          {"log_info", kUnsupported},
-      {"LOG_INFO ", kUnsupported},  {" LOG_INFO", kUnsupported}, {"2", kUnsupported},
+      {nullptr, kMissing},         {"", kMissing},
+      {"log_info", kUnsupported},  {"LOG_INFO ", kUnsupported},
+      {" LOG_INFO", kUnsupported}, {"2", kUnsupported},
   };
   for (const Row& row : rows) {
     runtime::Runtime::GetInstance()->LoadConfigFile("/nonexistent/config.xml");
@@ -85,7 +86,7 @@ TEST_F(AvLogTest, ModuleLinePassesBothGates) {
     bool error_written;
   };
   const Row rows[] = {
-      {0, 0, true, true},   {0, -1, true, true},  {0, 1, false, true}, {2, 0, false, true},
+      {0, 0, true, true},   {0, -1, true, true},  {0, 1, false, true},  {2, 0, false, true},
       {0, 3, false, false}, {3, 0, false, false}, {-1, 2, false, true},
   };
   for (const Row& row : rows) {

@@ -29,7 +29,9 @@ int InvalidParameter(const char* method) {
 }
 
 template <typename T>
-int LogSetArguments(const char* method, const std::string& device_id, const char* key,
+int LogSetArguments(const char* method,
+                    const std::string& device_id,
+                    const char* key,
                     const T& value) {
   AV_LOG_AS(logging::LOG_INFO, method) << "device_id = " << device_id;
   AV_LOG_AS(logging::LOG_INFO, method) << key << " = " << value;
@@ -55,7 +57,9 @@ int SetStringArgument(const char* method, const char* key, const base::Dictionar
 }
 
 // A Get method that answers the integer 0 under |key|.
-int AnswerZero(const char* method, const char* key, const base::DictionaryValue& args,
+int AnswerZero(const char* method,
+               const char* key,
+               const base::DictionaryValue& args,
                base::DictionaryValue* result) {
   std::string device_id;
   if (!EnterMethod(method, args, &device_id))
@@ -65,7 +69,9 @@ int AnswerZero(const char* method, const char* key, const base::DictionaryValue&
 }
 
 // A Get method that answers "not_supported" under |key|.
-int AnswerNotSupported(const char* method, const char* key, const base::DictionaryValue& args,
+int AnswerNotSupported(const char* method,
+                       const char* key,
+                       const base::DictionaryValue& args,
                        base::DictionaryValue* result) {
   std::string device_id;
   if (!EnterMethod(method, args, &device_id))
@@ -85,8 +91,7 @@ AvService::AvService() = default;
 
 AvService::~AvService() = default;
 
-int AvService::GetSpeakerVolume(const base::DictionaryValue& args,
-                                base::DictionaryValue* result) {
+int AvService::GetSpeakerVolume(const base::DictionaryValue& args, base::DictionaryValue* result) {
   return AnswerZero(__func__, kSpeakerVolumeKey, args, result);
 }
 
@@ -102,8 +107,7 @@ int AvService::SetMicVolume(const base::DictionaryValue& args, base::DictionaryV
   return SetIntegerArgument(__func__, kMicVolumeKey, args);
 }
 
-int AvService::GetSoundMuteState(const base::DictionaryValue& args,
-                                 base::DictionaryValue* result) {
+int AvService::GetSoundMuteState(const base::DictionaryValue& args, base::DictionaryValue* result) {
   return AnswerNotSupported(__func__, kMuteStateKey, args, result);
 }
 

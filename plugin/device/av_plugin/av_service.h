@@ -16,9 +16,9 @@ namespace plugin {
 // Result codes of the service methods.
 enum AvResult {
   kAvResultSuccess = 0,
-  kAvResultCecFailure = 100,         // the exchange with the CEC application failed
-  kAvResultValueNotFound = 105,      // an argument holds a word outside its accepted set
-  kAvResultInvalidParameter = 107,   // "device_id" or the value argument is missing or mistyped
+  kAvResultCecFailure = 100,        // the exchange with the CEC application failed
+  kAvResultValueNotFound = 105,     // an argument holds a word outside its accepted set
+  kAvResultInvalidParameter = 107,  // "device_id" or the value argument is missing or mistyped
 };
 
 // Every service method reads "device_id" (a string, required) first. |args| is only read;

@@ -78,16 +78,16 @@ TEST_F(AvServiceTest, GettersAnswerTheirFixedValueAndKeepOtherEntries) {
     ASSERT_TRUE(result.Get(row.key, &actual));
     EXPECT_TRUE(expected->Equals(actual));
     EXPECT_EQ(2u, result.size());
-    const std::vector<std::string> lines = {" #av#" + std::string(row.name) + "#  AvService::" +
-                                            row.name};
+    const std::vector<std::string> lines = {" #av#" + std::string(row.name) +
+                                            "#  AvService::" + row.name};
     EXPECT_EQ(lines, capture.messages());
   }
 }
 
 TEST_F(AvServiceTest, GettersRefuseAMissingOrMistypedDeviceId) {
   for (const GetRow& row : kGetters) {
-    for (base::Value* device_id : {static_cast<base::Value*>(nullptr), Int(5),
-                                   base::Value::CreateNullValue()}) {
+    for (base::Value* device_id :
+         {static_cast<base::Value*>(nullptr), Int(5), base::Value::CreateNullValue()}) {
       SCOPED_TRACE(row.name);
       base::DictionaryValue result;
       result.SetString("other", "kept");
@@ -95,7 +95,8 @@ TEST_F(AvServiceTest, GettersRefuseAMissingOrMistypedDeviceId) {
       EXPECT_EQ(kAvResultInvalidParameter,
                 (AvService::GetInstance()->*row.method)(*Args(device_id), &result));
       EXPECT_EQ(1u, result.size());
-      EXPECT_TRUE(capture.Has(logging::LOG_ERROR, " #av#" + std::string(row.name) + "#  " + kInvalid));
+      EXPECT_TRUE(
+          capture.Has(logging::LOG_ERROR, " #av#" + std::string(row.name) + "#  " + kInvalid));
     }
   }
 }
@@ -105,7 +106,7 @@ struct SetRow {
   ServiceMethod method;
   const char* key;
   base::Value* (*good)();
-  const char* logged;         // the value line for |good|
+  const char* logged;  // the value line for |good|
   base::Value* (*wrong_type)();
 };
 
@@ -129,7 +130,8 @@ const SetRow kSetters[] = {
      &TextFive},
     {"SetSoundMuteState", &AvService::SetSoundMuteState, "mute_state", &Word,
      "mute_state = any word", &TrueValue},
-    {"SetMicPower", &AvService::SetMicPower, "mic_power", &Word, "mic_power = any word", &MinusFive},
+    {"SetMicPower", &AvService::SetMicPower, "mic_power", &Word, "mic_power = any word",
+     &MinusFive},
 };
 
 TEST_F(AvServiceTest, SettersLogTheirArgumentsAndWriteNoResult) {
@@ -137,8 +139,8 @@ TEST_F(AvServiceTest, SettersLogTheirArgumentsAndWriteNoResult) {
     SCOPED_TRACE(row.name);
     base::DictionaryValue result;
     logging::ScopedLogCapture capture;
-    EXPECT_EQ(kAvResultSuccess,
-              (AvService::GetInstance()->*row.method)(*Args(Str(""), row.key, row.good()), &result));
+    EXPECT_EQ(kAvResultSuccess, (AvService::GetInstance()->*row.method)(
+                                    *Args(Str(""), row.key, row.good()), &result));
     EXPECT_TRUE(result.empty());
     const std::string prefix = " #av#" + std::string(row.name) + "#  ";
     const std::vector<std::string> lines = {prefix + "AvService::" + row.name,
@@ -161,7 +163,8 @@ TEST_F(AvServiceTest, SettersRefuseMissingOrMistypedArguments) {
       logging::ScopedLogCapture capture;
       EXPECT_EQ(kAvResultInvalidParameter, (AvService::GetInstance()->*row.method)(*args, &result));
       EXPECT_TRUE(result.empty());
-      EXPECT_TRUE(capture.Has(logging::LOG_ERROR, " #av#" + std::string(row.name) + "#  " + kInvalid));
+      EXPECT_TRUE(
+          capture.Has(logging::LOG_ERROR, " #av#" + std::string(row.name) + "#  " + kInvalid));
       EXPECT_EQ(0, capture.Count(" #av#" + std::string(row.name) + "#  device_id = tv"));
     }
   }
