@@ -5,6 +5,7 @@
 #include "base/logging.h"
 #include "base/memory/singleton.h"
 #include "runtime/config_file.h"
+#include "runtime/reflection.h"
 
 namespace runtime {
 
@@ -24,7 +25,7 @@ Runtime* Runtime::GetInstance() {
   return Singleton<Runtime, LeakySingletonTraits<Runtime>, Runtime>::get();
 }
 
-Runtime::Runtime() = default;
+Runtime::Runtime() : reflection_(new Reflection) {}
 
 Runtime::~Runtime() = default;
 
@@ -49,6 +50,14 @@ void Runtime::SetConfigOption(const std::string& key, const std::string& value) 
   std::lock_guard<std::mutex> lock(lock_);
   EnsureConfigLoadedLocked();
   options_[key] = value;
+}
+
+Reflection* Runtime::GetReflection() {
+  return reflection_offered_.load() ? reflection_ : nullptr;
+}
+
+void Runtime::SetReflectionOfferedForTesting(bool offered) {
+  reflection_offered_.store(offered);
 }
 
 void Runtime::ResetConfigForTesting() {

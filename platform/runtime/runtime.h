@@ -4,6 +4,7 @@
 #ifndef RUNTIME_RUNTIME_H_
 #define RUNTIME_RUNTIME_H_
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <string>
@@ -12,6 +13,8 @@ template <typename Type>
 struct LeakySingletonTraits;
 
 namespace runtime {
+
+class Reflection;
 
 class Runtime {
  public:
@@ -33,6 +36,14 @@ class Runtime {
   // Sets or replaces one option, on top of what the file gave.
   void SetConfigOption(const std::string& key, const std::string& value);
 
+  // The reflection registry through which the runtime calls components' methods by name,
+  // or null when the runtime offers none.
+  virtual Reflection* GetReflection();
+
+  // Whether GetReflection() offers the registry (true at start). For tests of components
+  // in a runtime without a registry.
+  void SetReflectionOfferedForTesting(bool offered);
+
   // Forgets every option and which file they came from; the next look-up reads the
   // default file again.
   void ResetConfigForTesting();
@@ -47,6 +58,9 @@ class Runtime {
   // Reads the default file if no file was read yet. Needs |lock_| held.
   void EnsureConfigLoadedLocked() const;
   bool LoadConfigFileLocked(const std::string& path) const;
+
+  Reflection* const reflection_;  // owned; lives as long as the process, like the runtime
+  std::atomic<bool> reflection_offered_{true};
 
   mutable std::mutex lock_;
   mutable bool config_loaded_ = false;

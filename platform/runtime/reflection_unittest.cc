@@ -1,0 +1,117 @@
+#include "runtime/reflection.h"
+
+#include <string>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "runtime/reflection_templates.h"
+
+namespace runtime {
+namespace {
+
+TEST(ReflectionTest, ParseSignature) {
+  struct Row {
+    const char* signature;
+    bool ok;
+    const char* return_type;
+    std::vector<std::string> params;
+  };
+  const Row rows[] = {
+      {"plugin::AvManagerImpl * ()", true, "plugin::AvManagerImpl *", {}},
+      {"bool (std::string)", true, "bool", {"std::string"}},
+      {"void(void)", true, "void", {}},
+      {" int ( const std::string & , std::map<int, int> ) ",
+       true,
+       "int",
+       {"const std::string &", "std::map<int, int>"}},
+      {"bool", false, "", {}},
+      {"(int)", false, "", {}},
+      {"bool (int,)", false, "", {}},
+      {"bool (int", false, "", {}},
+      {"bool (std::map<int, int)", false, "", {}},
+  };
+  Reflection reflection;
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.signature);
+    std::string return_type = "stale";
+    std::vector<std::string> params = {"stale"};
+    EXPECT_EQ(row.ok, reflection.ParseSignature(row.signature, return_type, params));
+    EXPECT_EQ(row.return_type, return_type);
+    EXPECT_EQ(row.params, params);
+  }
+}
+
+int g_destroyed = 0;
+
+class Counter {
+ public:
+  static Counter* Get() {
+    static Counter counter;
+    return &counter;
+  }
+  bool Add(const std::string& text) {
+    total_ += text;
+    return !text.empty();
+  }
+  std::string total_;
+};
+
+// A container that counts its destructions, to check ownership.
+class CountedContainer : public ReflectionStaticFuncType0<Counter*> {
+ public:
+  CountedContainer() : ReflectionStaticFuncType0<Counter*>(&Counter::Get, "Counter *", {}) {}
+  ~CountedContainer() override { ++g_destroyed; }
+};
+
+TEST(ReflectionTest, RegisteredMethodsAreInvokedByName) {
+  Reflection reflection;
+  std::vector<std::string> one = {"std::string"};
+  reflection.AddMethod("comp", "Counter", "Get", "Counter *", {},
+                       new ReflectionStaticFuncType0<Counter*>(&Counter::Get, "Counter *", {}));
+  reflection.AddMethod(
+      "comp", "Counter", "Add", "bool", one,
+      new MethodContainerType1_<bool, Counter, const std::string>(&Counter::Add, "bool", one));
+
+  Counter* counter = nullptr;
+  ASSERT_TRUE(reflection.Invoke("comp", "Counter", "Get", &counter, nullptr, nullptr));
+  EXPECT_EQ(Counter::Get(), counter);
+
+  std::string argument = "abc";
+  void* argv[] = {&argument};
+  bool added = false;
+  ASSERT_TRUE(reflection.Invoke("comp", "Counter", "Add", &added, counter, argv));
+  EXPECT_TRUE(added);
+  EXPECT_EQ("abc", counter->total_);
+
+  Reflection::MethodInfo info;
+  ASSERT_TRUE(reflection.GetMethod("comp", "Counter", "Add", &info));
+  EXPECT_EQ("bool", info.return_type);
+  EXPECT_EQ(one, info.params_type);
+  EXPECT_FALSE(reflection.Invoke("comp", "Counter", "Missing", &added, counter, argv));
+  EXPECT_FALSE(reflection.Invoke("other", "Counter", "Add", &added, counter, argv));
+  EXPECT_EQ(2u, reflection.CountMethods("comp"));
+}
+
+TEST(ReflectionTest, ReplacingAndRemovingDestroyTheContainer) {
+  g_destroyed = 0;
+  {
+    Reflection reflection;
+    reflection.AddMethod("c", "K", "m", "Counter *", {}, new CountedContainer);
+    reflection.AddMethod("c", "K", "m", "Counter *", {}, new CountedContainer);
+    EXPECT_EQ(1, g_destroyed);
+    EXPECT_EQ(1u, reflection.CountMethods("c"));
+    EXPECT_TRUE(reflection.RemoveMethod("c", "K", "m", "Counter *", {}));
+    EXPECT_EQ(2, g_destroyed);
+    EXPECT_FALSE(reflection.RemoveMethod("c", "K", "m", "Counter *", {}));
+    reflection.AddMethod("c", "K", "m", "Counter *", {}, new CountedContainer);
+  }
+  EXPECT_EQ(3, g_destroyed);  // the registry destroys what it still holds
+}
+
+TEST(ReflectionDeathTest, ParameterCountMismatchStopsTheProcess) {
+  EXPECT_DEATH(ReflectionStaticFuncType0<Counter*>(&Counter::Get, "Counter *", {"int"}),
+               "Check failed: params_type.size\\(\\) == nParams_");
+}
+
+}  // namespace
+}  // namespace runtime
