@@ -1,7 +1,10 @@
 #include "plugin/device/av_plugin/stub/av_messages.h"
 
+#include <cctype>
+#include <fstream>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -146,6 +149,77 @@ std::vector<GoldenCase> GoldenCases() {
   };
 }
 
+// Answers requests the way the plugin's stub does, with handlers that give the replies of
+// GoldenCases().
+class FakeStub : public IPC::Message::Sender {
+ public:
+  bool Send(IPC::Message* msg) override {
+    sent.reset(msg);
+    return true;
+  }
+
+  void Dispatch(const IPC::Message& msg) {
+    switch (msg.type()) {
+      case AvMsg_ServiceInvoke::ID:
+        Handle<AvMsg_ServiceInvoke>(msg, &FakeStub::OnAvServiceInvokeMethod);
+        break;
+      case AvMsg_GetDeviceProperty::ID:
+        Handle<AvMsg_GetDeviceProperty>(msg, &FakeStub::OnGetDeviceProperty);
+        break;
+      case AvMsg_RegisterDeviceRequest::ID:
+        Handle<AvMsg_RegisterDeviceRequest>(msg, &FakeStub::OnRegisterDeviceRequest);
+        break;
+      case AvMsg_UnregisterDeviceRequest::ID:
+        Handle<AvMsg_UnregisterDeviceRequest>(msg, &FakeStub::OnUnregisterDeviceRequest);
+        break;
+      case AvMsg_ManualRescanDevices::ID:
+        Handle<AvMsg_ManualRescanDevices>(msg, &FakeStub::OnManualRescanDevices);
+        break;
+      case AvMsg_DeleteDeviceRequest::ID:
+        Handle<AvMsg_DeleteDeviceRequest>(msg, &FakeStub::OnDeleteDeviceRequest);
+        break;
+    }
+  }
+
+  void OnAvServiceInvokeMethod(const std::string& method,
+                               const base::DictionaryValue& args,
+                               base::DictionaryValue* results,
+                               int* code) {
+    calls.push_back(method + " " + std::to_string(args.size()));
+    results->SetInteger("speaker_volume", 0);
+    *code = 0;
+  }
+  void OnGetDeviceProperty(const std::string& id, device::_DeviceInfo* info, bool* found) {
+    calls.push_back(id);
+    *info = SampleRecord();
+    *found = true;
+  }
+  void OnRegisterDeviceRequest(const std::string& a,
+                               const std::string& b,
+                               const std::string& c,
+                               bool* success) {
+    calls.push_back(a + b + c);
+    *success = true;
+  }
+  void OnUnregisterDeviceRequest(const std::string& a, const std::string& b, bool* success) {
+    calls.push_back(a + b);
+    *success = false;
+  }
+  void OnManualRescanDevices(bool* success) { *success = true; }
+  void OnDeleteDeviceRequest(bool* success) { *success = true; }
+
+  std::unique_ptr<IPC::Message> sent;
+  std::vector<std::string> calls;
+
+ private:
+  template <class Msg, class Method>
+  void Handle(const IPC::Message& msg, Method method) {
+    typename Msg::SendParam p;
+    const bool ok = Msg::ReadSendParam(&msg, &p);
+    Msg::Schema::DispatchWithSendParams(ok, p, &msg, this, this, method);
+  }
+};
+
 TEST(AvMessagesTest, RequestsAndRepliesOnTheWire) {
   for (const GoldenCase& c : GoldenCases()) {
     SCOPED_TRACE(c.name);
@@ -158,6 +232,12 @@ TEST(AvMessagesTest, RequestsAndRepliesOnTheWire) {
     std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(request.get()));
     c.write_reply(reply.get());
     EXPECT_EQ(Expected(c.reply_payload_size + kReplyHeader, id, c.reply_params), Actual(*reply));
+
+    // The stub's dispatch through the message's schema sends the same bytes.
+    FakeStub stub;
+    stub.Dispatch(*request);
+    ASSERT_TRUE(stub.sent);
+    EXPECT_EQ(Actual(*reply), Actual(*stub.sent));
 
     // The client's deserializer fills the out-variables bound at construction.
     std::unique_ptr<IPC::MessageReplyDeserializer> deserializer(request->GetReplyDeserializer());
@@ -191,6 +271,11 @@ TEST(AvMessagesTest, RequestsDecodeToWhatWasSent) {
   EXPECT_EQ("a", reg_params.a);
   EXPECT_EQ("", reg_params.b);
   EXPECT_EQ("c", reg_params.c);
+
+  FakeStub stub;
+  stub.Dispatch(invoke);
+  stub.Dispatch(reg);
+  EXPECT_EQ(std::vector<std::string>({"SetPowerState 1", "ac"}), stub.calls);
 }
 
 // |msg| with only the first |length| bytes of its payload.
@@ -402,6 +487,81 @@ TEST(AvMessagesTest, Log) {
   std::string name;
   AvMsg_ServiceInvoke::Log(&name, &invoke, nullptr);
   EXPECT_EQ("AvMsg_ServiceInvoke", name);
+}
+
+// The wire document --------------------------------------------------------------------
+
+std::string ReadWireDocument() {
+  std::ifstream file(std::string(TARN_SOURCE_DIR) + "/docs/wire-format.md");
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+bool IsHexPair(const std::string& token) {
+  return token.size() == 2 && std::isxdigit(static_cast<unsigned char>(token[0])) &&
+         std::isxdigit(static_cast<unsigned char>(token[1]));
+}
+
+// The bytes of the code block that follows "<!-- |marker| -->" in |doc|. With
+// |with_offsets|, each line reads "<hex offset>  <bytes>  <meaning>" and the offsets must
+// follow on from each other; otherwise every token is a byte.
+std::string DocumentBytes(const std::string& doc, const std::string& marker, bool with_offsets) {
+  const size_t at = doc.find("<!-- " + marker + " -->");
+  EXPECT_NE(std::string::npos, at) << marker;
+  const size_t begin = doc.find("```text\n", at);
+  const size_t end = doc.find("```\n", begin + 8);
+  if (at == std::string::npos || begin == std::string::npos || end == std::string::npos)
+    return std::string();
+  std::istringstream lines(doc.substr(begin + 8, end - begin - 8));
+  std::string line;
+  std::string bytes;
+  while (std::getline(lines, line)) {
+    std::istringstream tokens(line);
+    std::string token;
+    if (with_offsets) {
+      tokens >> token;
+      EXPECT_EQ(bytes.size(), std::stoul(token, nullptr, 16)) << marker << ": " << line;
+    }
+    while (tokens >> token && IsHexPair(token))
+      bytes.push_back(static_cast<char>(std::stoi(token, nullptr, 16)));
+  }
+  return bytes;
+}
+
+// |msg|'s bytes with its message id replaced by |id|.
+std::string WithMessageId(const IPC::Message& msg, int id) {
+  std::string bytes(static_cast<const char*>(msg.data()), msg.size());
+  bytes.replace(IPC::Message::kHeaderSize, sizeof(id), reinterpret_cast<const char*>(&id),
+                sizeof(id));
+  return bytes;
+}
+
+TEST(WireDocumentTest, ExamplesAreWhatTheCodeSends) {
+  const std::string doc = ReadWireDocument();
+  ASSERT_FALSE(doc.empty());
+
+  OutVars out;
+  base::DictionaryValue args;
+  args.SetString("device_id", "tv-1");
+  AvMsg_ServiceInvoke request("GetSpeakerVolume", args, &out.results, &out.code);
+  EXPECT_EQ(ToHex(WithMessageId(request, 1)), ToHex(DocumentBytes(doc, "example:request", true)));
+
+  std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(&request));
+  AvMsg_ServiceInvoke::ReplyParam results;
+  results.a.SetInteger("speaker_volume", 0);
+  results.b = 0;
+  AvMsg_ServiceInvoke::Schema::WriteReplyParam(reply.get(), results);
+  EXPECT_EQ(ToHex(WithMessageId(*reply, 1)), ToHex(DocumentBytes(doc, "example:reply", true)));
+
+  std::unique_ptr<IPC::Message> error_reply(IPC::SyncMessage::GenerateReply(&request));
+  error_reply->set_reply_error();
+  EXPECT_EQ(ToHex(WithMessageId(*error_reply, 1)),
+            ToHex(DocumentBytes(doc, "bytes:error-reply", false)));
+
+  IPC::Message hello(IPC::MSG_ROUTING_NONE, IPC::HELLO_MESSAGE_TYPE, IPC::Message::PRIORITY_NORMAL);
+  hello.WriteInt(1234);
+  EXPECT_EQ(Actual(hello), ToHex(DocumentBytes(doc, "bytes:hello", false)));
 }
 
 }  // namespace
