@@ -35,7 +35,9 @@
 // including from inside a listener callback; from another thread they wait until the I/O
 // thread has finished any callback in progress and released the socket, so that no callback
 // runs after they return. They must therefore not be called from a thread that a running
-// listener callback is waiting for. The I/O loop must outlive the channel.
+// listener callback is waiting for. When the I/O loop is destroyed (its thread stopped)
+// before the channel, the channel closes itself at that moment without telling the
+// listener; Send() then returns false.
 
 #ifndef IPC_IPC_CHANNEL_H_
 #define IPC_IPC_CHANNEL_H_

@@ -113,23 +113,26 @@ bool Channel::ChannelImpl::Connect(base::MessageLoop* io_loop) {
 
 void Channel::ChannelImpl::Close() {
   closing_.store(true);
-  base::MessageLoop* io_loop = io_loop_.load();
-  if (!io_loop || base::MessageLoop::current() == io_loop) {
-    Teardown();
-    return;
-  }
   base::WaitableEvent done(true, false);
-  std::shared_ptr<ChannelImpl> self = shared_from_this();
-  if (!io_loop->PostTask(FROM_HERE, [self, &done] {
+  bool posted = false;
+  {
+    std::lock_guard<std::mutex> lock(send_lock_);
+    base::MessageLoop* io_loop = io_loop_.load();
+    if (io_loop && base::MessageLoop::current() != io_loop) {
+      std::shared_ptr<ChannelImpl> self = shared_from_this();
+      posted = io_loop->PostTask(FROM_HERE, [self, &done] {
         self->Teardown();
         done.Signal();
-      })) {
-    // The loop is shutting down and has already dropped its watches: no other thread uses
-    // the channel any more.
-    Teardown();
+      });
+    }
+  }
+  if (posted) {
+    done.Wait();
     return;
   }
-  done.Wait();
+  // On the I/O thread, or with no I/O loop (never connected, or the loop is gone and the
+  // channel torn down with it): nothing runs on another thread.
+  Teardown();
 }
 
 bool Channel::ChannelImpl::Send(Message* message) {
@@ -165,6 +168,14 @@ void Channel::ChannelImpl::OnFileCanWriteWithoutBlocking(int fd) {
   std::shared_ptr<ChannelImpl> self = shared_from_this();
   if (fd == peer_fd_)
     FlushOutput();
+}
+
+void Channel::ChannelImpl::WillDestroyCurrentMessageLoop() {
+  observed_loop_ = nullptr;  // the loop forgets its observers itself
+  listener_ = nullptr;
+  Teardown();
+  std::lock_guard<std::mutex> lock(send_lock_);
+  io_loop_.store(nullptr);
 }
 
 bool Channel::ChannelImpl::IsServer() const {
@@ -256,11 +267,18 @@ bool Channel::ChannelImpl::ConnectToServer() {
 void Channel::ChannelImpl::StartWatching() {
   if (torn_down_)
     return;
+  base::MessageLoop* io_loop = io_loop_.load();
+  if (!io_loop->AddDestructionObserver(this)) {
+    // The loop is being destroyed and will never call the channel.
+    WillDestroyCurrentMessageLoop();
+    return;
+  }
+  observed_loop_ = io_loop;
   if (listen_fd_ >= 0) {
     WatchListenSocket();
   } else if (peer_fd_ >= 0) {
-    io_loop_.load()->WatchFileDescriptor(peer_fd_, true, base::MessageLoop::WATCH_READ,
-                                         &read_watcher_, this);
+    io_loop->WatchFileDescriptor(peer_fd_, true, base::MessageLoop::WATCH_READ, &read_watcher_,
+                                 this);
   }
 }
 
@@ -341,8 +359,11 @@ void Channel::ChannelImpl::ReadFromPeer() {
         continue;
       if (IsWouldBlock(errno))
         return;
-      LOG_AT(logging::LOG_ERROR) << "channel " << channel_name_
-                                 << ": read failed: " << std::strerror(errno);
+      // A reset is a peer that left with our bytes unread: a departure like any other.
+      if (errno != ECONNRESET) {
+        LOG_AT(logging::LOG_ERROR)
+            << "channel " << channel_name_ << ": read failed: " << std::strerror(errno);
+      }
       DropPeer();
       return;
     }
@@ -472,6 +493,10 @@ void Channel::ChannelImpl::Teardown() {
     return;
   torn_down_ = true;
   closing_.store(true);
+  if (observed_loop_) {
+    observed_loop_->RemoveDestructionObserver(this);
+    observed_loop_ = nullptr;
+  }
   listen_watcher_.StopWatchingFileDescriptor();
   read_watcher_.StopWatchingFileDescriptor();
   write_watcher_.StopWatchingFileDescriptor();
@@ -523,6 +548,8 @@ void Channel::ChannelImpl::RequestWriteWatchLocked() {
     return;
   write_watch_requested_ = true;
   base::MessageLoop* io_loop = io_loop_.load();
+  if (!io_loop)
+    return;  // the loop is gone, and the channel with it
   if (base::MessageLoop::current() == io_loop) {
     StartWriteWatchLocked();
     return;

@@ -22,6 +22,7 @@
 namespace IPC {
 
 class Channel::ChannelImpl : public base::MessageLoop::Watcher,
+                             public base::MessageLoop::DestructionObserver,
                              public std::enable_shared_from_this<Channel::ChannelImpl> {
  public:
   // |listener| is not owned.
@@ -38,6 +39,10 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   // base::MessageLoop::Watcher:
   void OnFileCanReadWithoutBlocking(int fd) override;
   void OnFileCanWriteWithoutBlocking(int fd) override;
+
+  // base::MessageLoop::DestructionObserver: the I/O loop goes away before the channel, which
+  // closes itself without telling the listener.
+  void WillDestroyCurrentMessageLoop() override;
 
  private:
   bool IsServer() const;
@@ -80,11 +85,14 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   const std::string channel_name_;
   const Mode mode_;
   std::atomic<uid_t> expected_peer_uid_;
-  std::atomic<base::MessageLoop*> io_loop_{nullptr};  // not owned; set once by Connect()
+  // Not owned. Set by Connect(), and cleared on the I/O thread when the loop is destroyed;
+  // other threads post to it only while holding |send_lock_|, which keeps it alive.
+  std::atomic<base::MessageLoop*> io_loop_{nullptr};
   std::atomic<bool> closing_{false};
 
   // Used on the I/O thread only (and by Connect() before the I/O thread sees the channel).
-  Listener* listener_;  // not owned; null once the channel is torn down
+  Listener* listener_;                          // not owned; null once the channel is torn down
+  base::MessageLoop* observed_loop_ = nullptr;  // the loop this watches for its destruction
   int listen_fd_ = -1;
   bool socket_file_created_ = false;
   dev_t socket_file_dev_ = 0;

@@ -431,6 +431,21 @@ TEST_F(ChannelTest, NoCallbackAfterCloseReturnsWhileThePeerKeepsSending) {
   EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
 }
 
+TEST_F(ChannelTest, ChannelThatOutlivesItsIoThreadClosesWithIt) {
+  ASSERT_TRUE(StartServer());
+  SyncClient client;
+  ASSERT_EQ(SyncClient::RESULT_OK, client.Connect(path_, kTimeout));
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.connected_pids.size() == 1; }));
+  io_thread_.Stop();
+  // The peer's connection and the socket file went with the loop, without a callback.
+  std::unique_ptr<Message> message;
+  EXPECT_EQ(SyncClient::RESULT_DISCONNECTED, client.ReceiveMessage(kTimeout, &message));
+  EXPECT_FALSE(PathExists(path_));
+  EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
+  channel_.reset();
+  EXPECT_EQ(0, listener_.events().errors);
+}
+
 TEST_F(ChannelTest, ListenerMayDestroyTheChannelFromItsCallback) {
   ASSERT_TRUE(StartServer());
   listener_.set_on_message([this](const Message&) { channel_.reset(); });

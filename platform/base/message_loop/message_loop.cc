@@ -29,6 +29,8 @@ int CreateWakeUpFd() {
 
 MessageLoop::Watcher::~Watcher() = default;
 
+MessageLoop::DestructionObserver::~DestructionObserver() = default;
+
 MessageLoop::FileDescriptorWatcher::FileDescriptorWatcher() = default;
 
 MessageLoop::FileDescriptorWatcher::~FileDescriptorWatcher() {
@@ -56,6 +58,11 @@ MessageLoop::~MessageLoop() {
   CHECK(g_current_loop == this);
   CHECK(!running_);
   destroying_ = true;
+
+  std::vector<DestructionObserver*> observers;
+  observers.swap(destruction_observers_);
+  for (DestructionObserver* observer : observers)
+    observer->WillDestroyCurrentMessageLoop();
 
   // Watches end here; their controllers may outlive the loop.
   for (auto& entry : watches_) {
@@ -161,6 +168,21 @@ bool MessageLoop::WatchFileDescriptor(int fd,
   controller->delegate_ = delegate;
   watches_[controller->id_] = controller;
   return true;
+}
+
+bool MessageLoop::AddDestructionObserver(DestructionObserver* observer) {
+  CHECK(g_current_loop == this);
+  if (destroying_)
+    return false;
+  destruction_observers_.push_back(observer);
+  return true;
+}
+
+void MessageLoop::RemoveDestructionObserver(DestructionObserver* observer) {
+  CHECK(g_current_loop == this);
+  destruction_observers_.erase(
+      std::remove(destruction_observers_.begin(), destruction_observers_.end(), observer),
+      destruction_observers_.end());
 }
 
 void MessageLoop::RunInternal(bool until_idle) {

@@ -11,9 +11,10 @@
 //
 // The loop waits in poll(2); another thread wakes it through an eventfd.
 //
-// Destruction runs every task still queued, including the ones those tasks post, so that a
-// thread that posted work and waits for it is never left waiting; delayed tasks that are
-// not yet due are dropped without running. After that, PostTask() returns false.
+// Destruction first tells the destruction observers, then runs every task still queued,
+// including the ones those tasks post, so that a thread that posted work and waits for it is
+// never left waiting; delayed tasks that are not yet due are dropped without running. After
+// that, PostTask() returns false.
 
 #ifndef BASE_MESSAGE_LOOP_MESSAGE_LOOP_H_
 #define BASE_MESSAGE_LOOP_MESSAGE_LOOP_H_
@@ -51,6 +52,16 @@ class MessageLoop {
 
    protected:
     virtual ~Watcher();
+  };
+
+  // Told, on the loop's thread, that the loop is being destroyed: before its last tasks run
+  // and before its watches end.
+  class DestructionObserver {
+   public:
+    virtual void WillDestroyCurrentMessageLoop() = 0;
+
+   protected:
+    virtual ~DestructionObserver();
   };
 
   // The handle of one watch. Destroying it stops the watch. Used on the loop's thread only.
@@ -116,6 +127,11 @@ class MessageLoop {
                            FileDescriptorWatcher* controller,
                            Watcher* delegate);
 
+  // |observer| (not owned) is told once when the loop is destroyed, unless removed before.
+  // On the loop's thread only; false while the loop is being destroyed.
+  bool AddDestructionObserver(DestructionObserver* observer);
+  void RemoveDestructionObserver(DestructionObserver* observer);
+
  private:
   typedef std::chrono::steady_clock Clock;
 
@@ -165,6 +181,7 @@ class MessageLoop {
   bool destroying_ = false;
   uint64_t next_watch_id_ = 1;
   std::map<uint64_t, FileDescriptorWatcher*> watches_;
+  std::vector<DestructionObserver*> destruction_observers_;
 };
 
 }  // namespace base

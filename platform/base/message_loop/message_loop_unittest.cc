@@ -207,12 +207,27 @@ TEST(MessageLoopTest, ControllerMayOutliveItsLoop) {
   EXPECT_TRUE(controller.StopWatchingFileDescriptor());
 }
 
-TEST(MessageLoopTest, DestructionRunsQueuedTasksAndDropsDelayedOnes) {
+class AppendingObserver : public MessageLoop::DestructionObserver {
+ public:
+  AppendingObserver(std::string* order, char mark) : order_(order), mark_(mark) {}
+  void WillDestroyCurrentMessageLoop() override { *order_ += mark_; }
+
+ private:
+  std::string* order_;
+  char mark_;
+};
+
+TEST(MessageLoopTest, DestructionTellsObserversThenRunsQueuedTasksAndDropsDelayedOnes) {
   std::string order;
   auto delayed_capture = std::make_shared<int>(0);
   std::weak_ptr<int> delayed_alive = delayed_capture;
+  AppendingObserver told(&order, 'o');
+  AppendingObserver removed(&order, 'r');
   {
     MessageLoop loop;
+    EXPECT_TRUE(loop.AddDestructionObserver(&told));
+    EXPECT_TRUE(loop.AddDestructionObserver(&removed));
+    loop.RemoveDestructionObserver(&removed);
     loop.PostTask(FROM_HERE, [&] {
       order += 'a';
       EXPECT_TRUE(loop.PostTask(FROM_HERE, [&] { order += 'b'; }));
@@ -221,7 +236,7 @@ TEST(MessageLoopTest, DestructionRunsQueuedTasksAndDropsDelayedOnes) {
         FROM_HERE, [&order, delayed_capture] { order += 'x'; }, std::chrono::hours(1));
     delayed_capture.reset();
   }
-  EXPECT_EQ("ab", order);
+  EXPECT_EQ("oab", order);
   EXPECT_TRUE(delayed_alive.expired());
 }
 
