@@ -84,7 +84,7 @@ class CountingDeserializer : public MessageReplyDeserializer {
 TEST(SyncMessageTest, RequestAndReplyHeaders) {
   SyncMessage first(5, 0xD47F0029, Message::PRIORITY_NORMAL, nullptr);
   SyncMessage second(5, 0xD47F0029, Message::PRIORITY_HIGH, nullptr);
-  EXPECT_EQ(Message::SYNC_BIT | Message::UNBLOCK_BIT | Message::PRIORITY_NORMAL, first.flags());
+  EXPECT_EQ(0x26u, first.flags());  // SYNC | UNBLOCK | PRIORITY_NORMAL
   EXPECT_EQ(4u, first.payload_size());
   const int id = SyncMessage::GetMessageId(first);
   EXPECT_EQ(id + 1, SyncMessage::GetMessageId(second));
@@ -92,7 +92,7 @@ TEST(SyncMessageTest, RequestAndReplyHeaders) {
   std::unique_ptr<Message> reply(SyncMessage::GenerateReply(&second));
   EXPECT_EQ(5, reply->routing_id());
   EXPECT_EQ(IPC_REPLY_ID, reply->type());
-  EXPECT_EQ(Message::REPLY_BIT | Message::PRIORITY_HIGH, reply->flags());
+  EXPECT_EQ(0x0Bu, reply->flags());  // REPLY | PRIORITY_HIGH
   EXPECT_EQ(id + 1, SyncMessage::GetMessageId(*reply));
   EXPECT_TRUE(SyncMessage::IsMessageReplyTo(*reply, id + 1));
   EXPECT_FALSE(SyncMessage::IsMessageReplyTo(*reply, id));

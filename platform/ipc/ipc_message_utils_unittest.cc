@@ -231,7 +231,7 @@ TEST(SyncMessageSchemaTest, DispatchWritesTheReplyWithTheCataloguesWriter) {
   EXPECT_EQ(ToHex(HexBytes(id + "05000000 01000000")), PayloadBytes(*reply));
   reply = Dispatch<RawSchema>(request, &handler);
   EXPECT_EQ(ToHex(HexBytes(id + "05000000 01")), PayloadBytes(*reply));
-  EXPECT_EQ(Message::REPLY_BIT | Message::PRIORITY_NORMAL, reply->flags());
+  EXPECT_EQ(0x0Au, reply->flags());  // REPLY | PRIORITY_NORMAL
   EXPECT_EQ(3, reply->routing_id());
   EXPECT_EQ(std::vector<std::string>({"tv", "tv"}), handler.names);
 
@@ -249,8 +249,7 @@ TEST(SyncMessageSchemaTest, UndecodableRequestGetsAnErrorReplyAndTheProcessGoesO
 
   std::unique_ptr<Message> reply = Dispatch<RawSchema>(request, &handler);
   EXPECT_TRUE(handler.names.empty());
-  EXPECT_EQ(Message::REPLY_BIT | Message::REPLY_ERROR_BIT | Message::PRIORITY_NORMAL,
-            reply->flags());
+  EXPECT_EQ(0x1Au, reply->flags());  // REPLY | REPLY_ERROR | PRIORITY_NORMAL
   EXPECT_EQ(ToHex(request.payload(), 4), PayloadBytes(*reply));  // the message id alone
   ASSERT_EQ(1u, capture.lines().size());
   const auto line = capture.lines()[0];
