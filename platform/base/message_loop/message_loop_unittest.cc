@@ -55,15 +55,6 @@ class RecordingWatcher : public MessageLoop::Watcher {
   std::function<void()> on_read_;
 };
 
-TEST(MessageLoopTest, CurrentIsTheLoopOfThisThreadOnly) {
-  EXPECT_EQ(nullptr, MessageLoop::current());
-  MessageLoop loop;
-  EXPECT_EQ(&loop, MessageLoop::current());
-  MessageLoop* seen_elsewhere = &loop;
-  std::thread([&seen_elsewhere] { seen_elsewhere = MessageLoop::current(); }).join();
-  EXPECT_EQ(nullptr, seen_elsewhere);
-}
-
 TEST(MessageLoopTest, TasksRunInPostingOrderAndDelayedOnesByDueTime) {
   MessageLoop loop;
   std::string order;
