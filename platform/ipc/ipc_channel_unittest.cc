@@ -1,0 +1,467 @@
+#include "ipc/ipc_channel.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "base/threading/thread.h"
+#include "gtest/gtest.h"
+#include "ipc/ipc_sync_client.h"
+#include "ipc/ipc_sync_message.h"
+#include "ipc/test/channel_test_support.h"
+#include "ipc/test/hex_bytes.h"
+
+namespace IPC {
+namespace {
+
+using test::HeaderBytes;
+using test::HexBytes;
+using test::RawClient;
+using test::RecordingListener;
+using test::Serialize;
+typedef RecordingListener::Events Events;
+
+const std::chrono::milliseconds kTimeout(5000);
+
+Message MakeMessage(uint32_t type, int value, const std::string& text) {
+  Message message(7, type, Message::PRIORITY_NORMAL);
+  message.WriteInt(value);
+  message.WriteString(text);
+  return message;
+}
+
+bool PathExists(const std::string& path) {
+  struct stat info;
+  return lstat(path.c_str(), &info) == 0;
+}
+
+class ChannelTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(io_thread_.Start());
+    path_ = test::NewSocketPath();
+  }
+
+  void TearDown() override {
+    channel_.reset();
+    io_thread_.Stop();
+    unlink(path_.c_str());
+  }
+
+  bool StartServer(Channel::Mode mode = Channel::MODE_NAMED_SERVER) {
+    channel_ = std::make_unique<Channel>(path_, mode, &listener_);
+    listener_.set_channel(channel_.get());
+    return channel_->Connect(io_thread_.message_loop());
+  }
+
+  // Whether a new peer at |path| gets the server's hello, i.e. the server serves.
+  static bool NextPeerIsServedAt(const std::string& path) {
+    RawClient next;
+    return next.Connect(path) && next.Read(24).size() == 24;
+  }
+
+  base::Thread io_thread_{"chan_io"};
+  RecordingListener listener_;
+  std::unique_ptr<Channel> channel_;
+  std::string path_;
+};
+
+TEST_F(ChannelTest, HellosTravelBothWaysAndTheListenerGetsThePeersPid) {
+  ASSERT_TRUE(StartServer());
+  RawClient client;
+  ASSERT_TRUE(client.Connect(path_));
+  // payload_size 4, routing -2, type 65535, flags PRIORITY_NORMAL, no descriptors, the pid.
+  const uint32_t pid = static_cast<uint32_t>(getpid());
+  std::string expected_hello = HexBytes("04000000 feffffff ffff0000 02000000 00000000");
+  for (int i = 0; i < 4; ++i)
+    expected_hello.push_back(static_cast<char>((pid >> (8 * i)) & 0xFF));
+  EXPECT_EQ(expected_hello, client.Read(24));
+
+  Message hello(MSG_ROUTING_NONE, HELLO_MESSAGE_TYPE, Message::PRIORITY_NORMAL);
+  hello.WriteInt(4242);
+  ASSERT_TRUE(client.Write(Serialize(hello) + Serialize(hello)));
+  ASSERT_TRUE(client.Write(Serialize(MakeMessage(100, 1, "after"))));
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.messages.size() == 1; }));
+  const Events events = listener_.events();
+  // Only the first hello counts, and no hello reaches OnMessageReceived.
+  EXPECT_EQ(std::vector<int32_t>{4242}, events.connected_pids);
+  EXPECT_EQ(100u, events.messages[0].type());
+  for (base::MessageLoop* loop : events.callback_loops)
+    EXPECT_EQ(io_thread_.message_loop(), loop);
+}
+
+TEST_F(ChannelTest, FramingOfWhatAPeerWrites) {
+  const std::string a = Serialize(MakeMessage(100, 1, "alpha"));
+  const std::string b = Serialize(MakeMessage(200, 2, "beta"));
+  std::vector<std::string> byte_by_byte;
+  for (char c : a)
+    byte_by_byte.push_back(std::string(1, c));
+  Message largest(7, 300, Message::PRIORITY_NORMAL);
+  const std::string filler(Channel::kMaximumMessageSize - Message::kHeaderSize, 'x');
+  largest.WriteBytes(filler.data(), static_cast<int>(filler.size()));
+  const uint32_t max_payload = Channel::kMaximumMessageSize - Message::kHeaderSize;
+  const std::string one_too_many = HeaderBytes(max_payload + 1, 7, 400, 2, 0);
+  const std::string claims_4_gib = HeaderBytes(0xFFFFFFF0u, 7, 400, 2, 0);
+  const std::string with_fds = HeaderBytes(0, 7, 400, 2, 1);
+
+  const struct {
+    const char* name;
+    std::vector<std::string> writes;  // each written separately, a little apart
+    bool close_after;
+    std::vector<uint32_t> expected_types;
+    bool dropped;
+  } kCases[] = {
+      {"one byte per write", byte_by_byte, false, {100}, false},
+      {"two messages in one write", {a + b}, false, {100, 200}, false},
+      {"second message split across writes",
+       {a + b.substr(0, 9), b.substr(9)},
+       false,
+       {100, 200},
+       false},
+      {"payload size split", {a.substr(0, 2), a.substr(2)}, false, {100}, false},
+      {"largest allowed message", {Serialize(largest)}, false, {300}, false},
+      {"one byte over the maximum", {one_too_many}, false, {}, true},
+      {"header claiming 4 GiB", {claims_4_gib}, false, {}, true},
+      {"descriptors claimed", {with_fds}, false, {}, true},
+      {"good message then an oversize header", {a + one_too_many}, false, {100}, true},
+      {"peer closes mid-message", {a.substr(0, 25)}, true, {}, true},
+  };
+  for (const auto& test_case : kCases) {
+    SCOPED_TRACE(test_case.name);
+    RecordingListener listener;
+    const std::string path = test::NewSocketPath();
+    Channel server(path, Channel::MODE_NAMED_SERVER, &listener);
+    ASSERT_TRUE(server.Connect(io_thread_.message_loop()));
+    RawClient client;
+    ASSERT_TRUE(client.Connect(path));
+    for (const std::string& bytes : test_case.writes) {
+      ASSERT_TRUE(client.Write(bytes));
+      if (test_case.writes.size() > 1)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (test_case.close_after)
+      client.Close();
+
+    const size_t expected_count = test_case.expected_types.size();
+    const bool dropped = test_case.dropped;
+    EXPECT_TRUE(listener.WaitFor([&](const Events& e) {
+      return e.messages.size() == expected_count && e.errors == (dropped ? 1 : 0);
+    }));
+    if (dropped && !test_case.close_after) {
+      EXPECT_TRUE(client.WaitForClose());
+    }
+    const Events events = listener.events();
+    std::vector<uint32_t> types;
+    for (const Message& message : events.messages)
+      types.push_back(message.type());
+    EXPECT_EQ(test_case.expected_types, types);
+    if (!types.empty() && types[0] == 100) {
+      EXPECT_EQ(a, Serialize(events.messages[0]));
+    }
+
+    if (dropped) {
+      // A server keeps serving after dropping a peer.
+      RawClient next;
+      ASSERT_TRUE(next.Connect(path));
+      EXPECT_EQ(24u, next.Read(24).size());
+      ASSERT_TRUE(next.Write(b));
+      EXPECT_TRUE(listener.WaitFor(
+          [&](const Events& e) { return e.messages.size() == expected_count + 1; }));
+    } else {
+      EXPECT_EQ(0, listener.events().errors);
+    }
+  }
+}
+
+TEST_F(ChannelTest, PeerWithAnotherUidIsRefused) {
+  channel_ = std::make_unique<Channel>(path_, Channel::MODE_NAMED_SERVER, &listener_);
+  channel_->SetPeerUidForTesting(geteuid() + 1);
+  ASSERT_TRUE(channel_->Connect(io_thread_.message_loop()));
+  RawClient client;
+  ASSERT_TRUE(client.Connect(path_));
+  // Refused before the hello: the peer sees the connection closed and nothing else.
+  EXPECT_TRUE(client.WaitForClose());
+  EXPECT_TRUE(listener_.WaitFor([](const Events& e) { return e.denied == 1; }));
+  client.Close();
+  // The server still listens, and refuses the next one too.
+  ASSERT_TRUE(client.Connect(path_));
+  EXPECT_TRUE(listener_.WaitFor([](const Events& e) { return e.denied == 2; }));
+  const Events events = listener_.events();
+  EXPECT_TRUE(events.connected_pids.empty());
+  EXPECT_EQ(0, events.errors);
+}
+
+TEST_F(ChannelTest, OnePeerAtATimeAndTheNextIsServedWhenItLeaves) {
+  ASSERT_TRUE(StartServer());
+  SyncClient first;
+  ASSERT_EQ(SyncClient::RESULT_OK, first.Connect(path_, kTimeout));
+  EXPECT_EQ(getpid(), first.server_pid());
+
+  // The second waits in the listen queue: no hello while the first is served.
+  SyncClient second;
+  EXPECT_EQ(SyncClient::RESULT_TIMEOUT, second.Connect(path_, std::chrono::milliseconds(100)));
+  SyncClient::Result second_result = SyncClient::RESULT_DISCONNECTED;
+  std::thread waiter([&] { second_result = second.Connect(path_, kTimeout); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  int doubled = 0;
+  EXPECT_EQ(SyncClient::RESULT_TIMEOUT, SyncClient().Connect(path_, std::chrono::milliseconds(20)));
+  listener_.set_answer_requests(true);
+  EXPECT_EQ(SyncClient::RESULT_OK, first.Send(test::NewDoubleRequest(21, &doubled), kTimeout));
+  EXPECT_EQ(42, doubled);
+  first.Close();
+  waiter.join();
+  ASSERT_EQ(SyncClient::RESULT_OK, second_result);
+  EXPECT_EQ(SyncClient::RESULT_OK, second.Send(test::NewDoubleRequest(5, &doubled), kTimeout));
+  EXPECT_EQ(10, doubled);
+  // Served in the order they queued: the first, the one that gave up after 100 ms (its
+  // hello, then its departure), then the waiter; the one that gave up later still waits.
+  EXPECT_TRUE(listener_.WaitFor(
+      [](const Events& e) { return e.connected_pids.size() == 3 && e.errors == 2; }));
+}
+
+TEST_F(ChannelTest, WhatMayAlreadyBeAtTheSocketPath) {
+  const mode_t old_umask = umask(0);  // a loose umask must not loosen the socket's mode
+  const struct {
+    const char* name;
+    std::function<void(const std::string&)> prepare;
+    bool binds;
+  } kCases[] = {
+      {"nothing", [](const std::string&) {}, true},
+      {"stale socket",
+       [](const std::string& path) {
+         const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+         sockaddr_un address = {};
+         address.sun_family = AF_UNIX;
+         path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+         ASSERT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
+         close(fd);  // the file stays, with nobody behind it
+       },
+       true},
+      {"regular file", [](const std::string& path) { std::ofstream(path) << "keep me"; }, false},
+      {"directory", [](const std::string& path) { ASSERT_EQ(0, mkdir(path.c_str(), 0700)); },
+       false},
+  };
+  for (const auto& test_case : kCases) {
+    SCOPED_TRACE(test_case.name);
+    const std::string path = test::NewSocketPath();
+    test_case.prepare(path);
+    RecordingListener listener;
+    auto server = std::make_unique<Channel>(path, Channel::MODE_NAMED_SERVER, &listener);
+    EXPECT_EQ(test_case.binds, server->Connect(io_thread_.message_loop()));
+    struct stat info;
+    ASSERT_EQ(0, lstat(path.c_str(), &info));
+    if (test_case.binds) {
+      EXPECT_TRUE(S_ISSOCK(info.st_mode));
+      EXPECT_EQ(0600u, info.st_mode & 0777);
+      EXPECT_TRUE(NextPeerIsServedAt(path));
+      server.reset();
+      EXPECT_FALSE(PathExists(path));
+    } else {
+      EXPECT_FALSE(S_ISSOCK(info.st_mode));
+      server.reset();
+      EXPECT_TRUE(PathExists(path));
+      if (S_ISREG(info.st_mode)) {
+        std::string content;
+        std::getline(std::ifstream(path), content);
+        EXPECT_EQ("keep me", content);
+      }
+      remove(path.c_str());
+    }
+  }
+  umask(old_umask);
+}
+
+TEST_F(ChannelTest, ALiveServersPathIsNotTaken) {
+  ASSERT_TRUE(StartServer());
+  RecordingListener other_listener;
+  Channel other(path_, Channel::MODE_NAMED_SERVER, &other_listener);
+  EXPECT_FALSE(other.Connect(io_thread_.message_loop()));
+  // The first server still owns the path and serves on it.
+  EXPECT_TRUE(NextPeerIsServedAt(path_));
+  // Closing the refused one leaves the live server's file in place.
+  other.Close();
+  EXPECT_TRUE(PathExists(path_));
+}
+
+TEST_F(ChannelTest, ConnectRefusals) {
+  RecordingListener listener;
+  Channel no_mode(path_, Channel::MODE_NONE, &listener);
+  EXPECT_FALSE(no_mode.Connect(io_thread_.message_loop()));
+  Channel no_server(path_, Channel::MODE_NAMED_CLIENT, &listener);
+  EXPECT_FALSE(no_server.Connect(io_thread_.message_loop()));
+  Channel too_long(std::string(120, 'x'), Channel::MODE_NAMED_SERVER, &listener);
+  EXPECT_FALSE(too_long.Connect(io_thread_.message_loop()));
+  Channel no_directory("/nonexistent-dir/sock", Channel::MODE_NAMED_SERVER, &listener);
+  EXPECT_FALSE(no_directory.Connect(io_thread_.message_loop()));
+
+  ASSERT_TRUE(StartServer());
+  EXPECT_FALSE(channel_->Connect(io_thread_.message_loop()));                 // only once
+  EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));  // no peer yet
+  channel_->Close();
+  EXPECT_FALSE(PathExists(path_));
+  Channel closed_first(test::NewSocketPath(), Channel::MODE_NAMED_SERVER, &listener);
+  closed_first.Close();
+  EXPECT_FALSE(closed_first.Connect(io_thread_.message_loop()));
+}
+
+// A server and a client channel, each on its own I/O thread, for every pairing of modes.
+TEST_F(ChannelTest, ChannelToChannelInEveryModePairing) {
+  const struct {
+    Channel::Mode server;
+    Channel::Mode client;
+  } kCases[] = {
+      {Channel::MODE_NAMED_SERVER, Channel::MODE_NAMED_CLIENT},
+      {Channel::MODE_SERVER, Channel::MODE_CLIENT},
+      {Channel::MODE_NAMED_SERVER, Channel::MODE_CLIENT},
+  };
+  base::Thread client_thread("chan_client_io");
+  ASSERT_TRUE(client_thread.Start());
+  for (const auto& test_case : kCases) {
+    SCOPED_TRACE(testing::Message() << test_case.server << "/" << test_case.client);
+    const std::string path = test::NewSocketPath();
+    RecordingListener server_listener;
+    RecordingListener client_listener;
+    auto server = std::make_unique<Channel>(path, test_case.server, &server_listener);
+    server_listener.set_channel(server.get());
+    server_listener.set_answer_requests(true);
+    ASSERT_TRUE(server->Connect(io_thread_.message_loop()));
+    Channel client(path, test_case.client, &client_listener);
+    ASSERT_TRUE(client.Connect(client_thread.message_loop()));
+
+    int unused = 0;
+    ASSERT_TRUE(client.Send(test::NewDoubleRequest(8, &unused)));
+    ASSERT_TRUE(client_listener.WaitFor([](const Events& e) { return e.messages.size() == 1; }));
+    Events events = client_listener.events();
+    EXPECT_EQ(std::vector<int32_t>{getpid()}, events.connected_pids);
+    const Message& reply = events.messages[0];
+    EXPECT_TRUE(reply.is_reply());
+    PickleIterator iter = SyncMessage::GetDataIterator(&reply);
+    int doubled = 0;
+    EXPECT_TRUE(iter.ReadInt(&doubled));
+    EXPECT_EQ(16, doubled);
+    for (base::MessageLoop* loop : events.callback_loops)
+      EXPECT_EQ(client_thread.message_loop(), loop);
+
+    // The server goes away: the client is told, and has no one to send to.
+    server.reset();
+    EXPECT_TRUE(client_listener.WaitFor([](const Events& e) { return e.errors == 1; }));
+    EXPECT_FALSE(client.Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
+  }
+}
+
+TEST_F(ChannelTest, SendFromSeveralThreadsAtOnceLosesNothing) {
+  ASSERT_TRUE(StartServer());
+  SyncClient client;
+  ASSERT_EQ(SyncClient::RESULT_OK, client.Connect(path_, kTimeout));
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.connected_pids.size() == 1; }));
+
+  // Large enough that the socket fills and the rest waits in the channel's queue.
+  const int kSenders = 4;
+  const int kMessagesEach = 100;
+  const std::string filler(8000, 'f');
+  std::vector<std::thread> senders;
+  std::atomic<int> failures{0};
+  for (int sender = 0; sender < kSenders; ++sender) {
+    senders.emplace_back([&, sender] {
+      for (int i = 0; i < kMessagesEach; ++i) {
+        Message* message = new Message(sender, 500, Message::PRIORITY_NORMAL);
+        message->WriteInt(i);
+        message->WriteString(filler);
+        if (!channel_->Send(message))
+          ++failures;
+      }
+    });
+  }
+  std::vector<int> next(kSenders, 0);
+  for (int received = 0; received < kSenders * kMessagesEach; ++received) {
+    std::unique_ptr<Message> message;
+    ASSERT_EQ(SyncClient::RESULT_OK, client.ReceiveMessage(kTimeout, &message)) << client.error();
+    PickleIterator iter(*message);
+    int index = -1;
+    std::string text;
+    ASSERT_TRUE(iter.ReadInt(&index));
+    ASSERT_TRUE(iter.ReadString(&text));
+    ASSERT_EQ(filler, text);
+    const int sender = message->routing_id();
+    ASSERT_TRUE(sender >= 0 && sender < kSenders);
+    // Each sender's messages arrive whole and in its order.
+    ASSERT_EQ(next[sender]++, index);
+  }
+  for (auto& sender : senders)
+    sender.join();
+  EXPECT_EQ(0, failures.load());
+}
+
+TEST_F(ChannelTest, NoCallbackAfterCloseReturnsWhileThePeerKeepsSending) {
+  std::atomic<bool> closed{false};
+  std::atomic<int> late_callbacks{0};
+  listener_.set_on_message([&](const Message&) {
+    if (closed.load())
+      ++late_callbacks;
+    // Slow callbacks make it likely that Close() comes while one runs.
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  });
+  ASSERT_TRUE(StartServer());
+  std::atomic<bool> stop{false};
+  std::thread peer([&] {
+    RawClient client;
+    if (!client.Connect(path_))
+      return;
+    const std::string message = Serialize(MakeMessage(100, 1, "spam"));
+    while (!stop.load() && client.Write(message)) {
+    }
+  });
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.messages.size() >= 20; }));
+  channel_->Close();
+  closed.store(true);
+  const size_t count_at_close = listener_.events().messages.size();
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  stop.store(true);
+  peer.join();
+  EXPECT_EQ(0, late_callbacks.load());
+  EXPECT_EQ(count_at_close, listener_.events().messages.size());
+  EXPECT_FALSE(PathExists(path_));
+  EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
+}
+
+TEST_F(ChannelTest, ChannelThatOutlivesItsIoThreadClosesWithIt) {
+  ASSERT_TRUE(StartServer());
+  SyncClient client;
+  ASSERT_EQ(SyncClient::RESULT_OK, client.Connect(path_, kTimeout));
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.connected_pids.size() == 1; }));
+  io_thread_.Stop();
+  // The peer's connection and the socket file went with the loop, without a callback.
+  std::unique_ptr<Message> message;
+  EXPECT_EQ(SyncClient::RESULT_DISCONNECTED, client.ReceiveMessage(kTimeout, &message));
+  EXPECT_FALSE(PathExists(path_));
+  EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
+  channel_.reset();
+  EXPECT_EQ(0, listener_.events().errors);
+}
+
+TEST_F(ChannelTest, ListenerMayDestroyTheChannelFromItsCallback) {
+  ASSERT_TRUE(StartServer());
+  listener_.set_on_message([this](const Message&) { channel_.reset(); });
+  RawClient client;
+  ASSERT_TRUE(client.Connect(path_));
+  // Two messages in one read: the second must not be dispatched to a destroyed channel.
+  ASSERT_TRUE(
+      client.Write(Serialize(MakeMessage(100, 1, "a")) + Serialize(MakeMessage(200, 2, "b"))));
+  EXPECT_TRUE(client.WaitForClose());
+  io_thread_.PostTaskAndWait(FROM_HERE, [] {});
+  const Events events = listener_.events();
+  ASSERT_EQ(1u, events.messages.size());
+  EXPECT_EQ(100u, events.messages[0].type());
+  EXPECT_EQ(0, events.errors);
+  EXPECT_FALSE(PathExists(path_));
+}
+
+}  // namespace
+}  // namespace IPC
