@@ -5,10 +5,11 @@
 //   channel.Send(message);   // from any thread
 //
 // Modes:
-// - MODE_NAMED_SERVER binds the path and listens. A socket file left at the path by a server
-//   that is gone is replaced; any other kind of file, or a socket some server still accepts
-//   on, makes Connect() fail. The socket file is created with mode 0600 and removed when the
-//   channel closes. The server serves one peer at a time: while a peer is connected it
+// - MODE_NAMED_SERVER binds the path and listens. A socket file at the path is replaced,
+//   whether it was left by a server that is gone or belongs to one still running (that one
+//   keeps its connected peer, but new peers reach the newest server); any other kind of file
+//   makes Connect() fail. The socket file is created with mode 0600 and removed when the
+//   channel closes, unless another server has taken the path over since. The server serves one peer at a time: while a peer is connected it
 //   accepts no other, so later peers wait in the listen queue and are served, in order, once
 //   the current one leaves. A peer whose effective uid differs from the server's is refused:
 //   its connection is closed and the listener's OnChannelDenied() runs.

@@ -40,22 +40,6 @@ bool FillSocketAddress(const std::string& path, sockaddr_un* address, socklen_t*
   return true;
 }
 
-// Whether a server accepts connections on the socket file at |path|. A connection refused
-// means the file was left behind by a server that is gone.
-bool IsServerAlive(const sockaddr_un& address, socklen_t length) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  if (fd < 0)
-    return false;
-  int result;
-  do {
-    result = connect(fd, reinterpret_cast<const sockaddr*>(&address), length);
-  } while (result < 0 && errno == EINTR);
-  // EAGAIN: the listen queue is full, so someone is listening.
-  const bool alive = result == 0 || errno == EAGAIN;
-  close(fd);
-  return alive;
-}
-
 ssize_t SendSome(int fd, const char* data, size_t size) {
   ssize_t written;
   do {
@@ -195,13 +179,10 @@ bool Channel::ChannelImpl::CreateServerSocket() {
       LOG_AT(logging::LOG_ERROR) << "not replacing " << channel_name_ << ": not a socket";
       return false;
     }
-    if (IsServerAlive(address, length)) {
-      LOG_AT(logging::LOG_ERROR) << "not replacing " << channel_name_
-                                 << ": a server is listening on it";
-      return false;
-    }
+    // Left by a server that is gone, or held by one still running: either way the newest
+    // server takes the path over.
     if (unlink(channel_name_.c_str()) != 0 && errno != ENOENT) {
-      LOG_AT(logging::LOG_ERROR) << "cannot remove the stale socket " << channel_name_ << ": "
+      LOG_AT(logging::LOG_ERROR) << "cannot replace the socket " << channel_name_ << ": "
                                  << std::strerror(errno);
       return false;
     }

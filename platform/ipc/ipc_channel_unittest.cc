@@ -278,16 +278,17 @@ TEST_F(ChannelTest, WhatMayAlreadyBeAtTheSocketPath) {
   umask(old_umask);
 }
 
-TEST_F(ChannelTest, ALiveServersPathIsNotTaken) {
+TEST_F(ChannelTest, ANewServerTakesALiveServersPathOver) {
   ASSERT_TRUE(StartServer());
   RecordingListener other_listener;
   Channel other(path_, Channel::MODE_NAMED_SERVER, &other_listener);
-  EXPECT_FALSE(other.Connect(io_thread_.message_loop()));
-  // The first server still owns the path and serves on it.
-  EXPECT_TRUE(NextPeerIsServedAt(path_));
-  // Closing the refused one leaves the live server's file in place.
-  other.Close();
+  ASSERT_TRUE(other.Connect(io_thread_.message_loop()));
+  // Closing the first server leaves the newest one's file in place, and it serves there.
+  channel_.reset();
   EXPECT_TRUE(PathExists(path_));
+  EXPECT_TRUE(NextPeerIsServedAt(path_));
+  other.Close();
+  EXPECT_FALSE(PathExists(path_));
 }
 
 TEST_F(ChannelTest, ConnectRefusals) {
