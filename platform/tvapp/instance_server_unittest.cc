@@ -87,20 +87,6 @@ TEST_F(InstanceServerTest, RequestsAndRepliesCrossTheSocket) {
   EXPECT_EQ(std::vector<std::string>{"over there"}, echo_.received());
 }
 
-TEST_F(InstanceServerTest, LateRemoteReplyIsDroppedAndTheNextRequestGetsItsOwn) {
-  CInstanceServer server(&echo_);
-  std::string error;
-  ASSERT_TRUE(server.Start(socket_path_, &error)) << error;
-  application()->SetReplyTimeLimit(std::chrono::milliseconds(100));
-  CMessage reply;
-  EXPECT_EQ(0, SendToRemote(EchoApplication::Request("slow", 400), &reply));
-  EXPECT_EQ(0, SendToRemote(EchoApplication::Request("silent", 0, true), &reply));
-  EXPECT_EQ(0, reply.NumOfQuery());
-  application()->SetReplyTimeLimit(std::chrono::milliseconds(3000));
-  ASSERT_NE(0, SendToRemote(EchoApplication::Request("fast"), &reply));
-  EXPECT_EQ("fast", Echo(reply));
-}
-
 // A server written against the bare socket: it reads one request and answers with
 // whatever bytes the test makes from the request's id.
 class FakeServer {
