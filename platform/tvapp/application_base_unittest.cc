@@ -1,0 +1,118 @@
+#include "tvapp/application_base.h"
+
+#include <future>
+#include <string>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "tvapp/instance_directory.h"
+#include "tvapp/orvell.h"
+#include "tvapp/query_handle.h"
+#include "tvapp/test/echo_application.h"
+
+namespace ORVELL0300 {
+namespace {
+
+OCString Utf8(const char* text) {
+  return OCString(text, OCString::kTextEncodingUtf8);
+}
+
+std::string Echo(const CMessage& reply) {
+  OCString echo;
+  return reply.Query(Utf8("echo"), echo) ? echo.text() : "<no echo>";
+}
+
+class ApplicationBaseTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(directory()->AddLocalInstance("echo", &echo_));
+    id_ = ORVELL::GetInstanceID(Utf8("echo"));
+  }
+  void TearDown() override {
+    directory()->RemoveInstance("echo");
+    application()->SetReplyTimeLimit(kDefaultReplyTimeLimit);
+  }
+
+  static CInstanceDirectory* directory() { return CInstanceDirectory::GetInstance(); }
+  static CApplicationBase* application() { return CQueryHandle::GetApplication(); }
+
+  int Send(const CMessage& request, CMessage* reply) {
+    return application()->SendMessage(kMessageTypeQuery, id_, request, *reply);
+  }
+
+  EchoApplication echo_;
+  int id_ = kInvalidInstanceID;
+};
+
+TEST_F(ApplicationBaseTest, DirectoryRegistersEachNameOnce) {
+  EchoApplication other;
+  EXPECT_NE(kInvalidInstanceID, id_);
+  EXPECT_EQ(id_, directory()->GetInstanceID("echo"));
+  EXPECT_FALSE(directory()->AddLocalInstance("echo", &other));
+  EXPECT_FALSE(directory()->AddRemoteInstance("echo", "/tmp/echo.sock"));
+  EXPECT_FALSE(directory()->AddLocalInstance("", &other));
+  EXPECT_FALSE(directory()->AddLocalInstance("null", nullptr));
+  EXPECT_FALSE(directory()->AddRemoteInstance("far", ""));
+  EXPECT_FALSE(directory()->AddRemoteInstance("far", "/tmp/" + std::string(200, 'x')));
+  EXPECT_EQ(kInvalidInstanceID, ORVELL::GetInstanceID(Utf8("Echo")));
+  EXPECT_FALSE(directory()->RemoveInstance("Echo"));
+  EXPECT_EQ(application(), CQueryHandle::GetApplication());
+  EXPECT_EQ(kDefaultReplyTimeLimit, application()->GetReplyTimeLimit());
+  application()->SetReplyTimeLimit(std::chrono::milliseconds(-5));
+  EXPECT_EQ(std::chrono::milliseconds(0), application()->GetReplyTimeLimit());
+}
+
+TEST_F(ApplicationBaseTest, ReplyComesFromTheAddressedInstance) {
+  CMessage reply;
+  ASSERT_NE(0, Send(EchoApplication::Request("hello"), &reply));
+  EXPECT_EQ("hello", Echo(reply));
+  long type = 0;
+  EXPECT_NE(0, reply.Query(Utf8("type"), type));
+  EXPECT_EQ(kMessageTypeQuery, type);
+  EXPECT_EQ(std::vector<std::string>{"hello"}, echo_.received());
+}
+
+TEST_F(ApplicationBaseTest, UnknownOrStaleInstanceFailsAndLeavesTheReply) {
+  CMessage reply;
+  reply.MakeResult(Utf8("kept"), true);
+  const CMessage before = reply;
+  EXPECT_EQ(0, application()->SendMessage(kMessageTypeQuery, kInvalidInstanceID,
+                                          EchoApplication::Request("x"), reply));
+  // A new registration of the same name gets a new id; the old id reaches nothing.
+  ASSERT_TRUE(directory()->RemoveInstance("echo"));
+  ASSERT_TRUE(directory()->AddLocalInstance("echo", &echo_));
+  EXPECT_NE(id_, directory()->GetInstanceID("echo"));
+  EXPECT_EQ(0, Send(EchoApplication::Request("stale"), &reply));
+  EXPECT_EQ(before, reply);
+  EXPECT_TRUE(echo_.received().empty());
+}
+
+TEST_F(ApplicationBaseTest, LateReplyIsDroppedAndTheNextRequestGetsItsOwn) {
+  application()->SetReplyTimeLimit(std::chrono::milliseconds(100));
+  CMessage reply;
+  EXPECT_EQ(0, Send(EchoApplication::Request("slow", 400), &reply));
+  EXPECT_EQ(0, reply.NumOfQuery());
+  // The instance answers "slow" while "fast" waits behind it; that answer must not be
+  // taken for the answer to "fast".
+  application()->SetReplyTimeLimit(std::chrono::milliseconds(3000));
+  ASSERT_NE(0, Send(EchoApplication::Request("fast"), &reply));
+  EXPECT_EQ("fast", Echo(reply));
+  EXPECT_EQ(2, reply.NumOfQuery());
+  EXPECT_EQ((std::vector<std::string>{"slow", "fast"}), echo_.received());
+}
+
+TEST_F(ApplicationBaseTest, RemovingTheInstanceReleasesItsWaitingSender) {
+  auto pending = std::async(std::launch::async, [this] {
+    CMessage reply;
+    return Send(EchoApplication::Request("blocked", 0, true), &reply);
+  });
+  while (echo_.received().empty())
+    std::this_thread::yield();
+  EXPECT_TRUE(directory()->RemoveInstance("echo"));
+  // With the default limit of five seconds, only the removal can end the wait this soon.
+  ASSERT_EQ(std::future_status::ready, pending.wait_for(std::chrono::seconds(4)));
+  EXPECT_EQ(0, pending.get());
+}
+
+}  // namespace
+}  // namespace ORVELL0300

@@ -1,0 +1,236 @@
+#include "tvapp/instance_server.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "gtest/gtest.h"
+#include "tvapp/application_base.h"
+#include "tvapp/instance_directory.h"
+#include "tvapp/query_handle.h"
+#include "tvapp/test/echo_application.h"
+#include "tvapp/test/scoped_socket_dir.h"
+#include "tvapp/unix_socket.h"
+#include "tvapp/wire_format.h"
+
+namespace ORVELL0300 {
+namespace {
+
+OCString Utf8(const char* text) {
+  return OCString(text, OCString::kTextEncodingUtf8);
+}
+
+std::string Echo(const CMessage& reply) {
+  OCString echo;
+  return reply.Query(Utf8("echo"), echo) ? echo.text() : "<no echo>";
+}
+
+internal::Deadline InSeconds(int seconds) {
+  return std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+}
+
+bool Exists(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0;
+}
+
+// Reads until the peer closes the connection; false when it does not within 3 s.
+bool ClosedByPeer(int fd) {
+  char buffer[256];
+  long count;
+  while ((count = internal::ReadSome(fd, buffer, sizeof(buffer), InSeconds(3))) > 0) {
+  }
+  return count == 0;
+}
+
+class InstanceServerTest : public testing::Test {
+ protected:
+  void SetUp() override { socket_path_ = dir_.Path("app.sock"); }
+  void TearDown() override {
+    CInstanceDirectory::GetInstance()->RemoveInstance("remote");
+    application()->SetReplyTimeLimit(kDefaultReplyTimeLimit);
+  }
+
+  static CApplicationBase* application() { return CQueryHandle::GetApplication(); }
+
+  int SendToRemote(const CMessage& request, CMessage* reply, int message_type = kMessageTypeQuery) {
+    CInstanceDirectory* directory = CInstanceDirectory::GetInstance();
+    if (directory->GetInstanceID("remote") == kInvalidInstanceID)
+      directory->AddRemoteInstance("remote", socket_path_);
+    return application()->SendMessage(message_type, directory->GetInstanceID("remote"), request,
+                                      *reply);
+  }
+
+  ScopedSocketDir dir_;
+  std::string socket_path_;
+  EchoApplication echo_;
+};
+
+TEST_F(InstanceServerTest, RequestsAndRepliesCrossTheSocket) {
+  CInstanceServer server(&echo_);
+  std::string error;
+  ASSERT_TRUE(server.Start(socket_path_, &error)) << error;
+  CMessage reply;
+  ASSERT_NE(0, SendToRemote(EchoApplication::Request("over there"), &reply, -12));
+  EXPECT_EQ("over there", Echo(reply));
+  long type = 0;
+  EXPECT_NE(0, reply.Query(Utf8("type"), type));
+  EXPECT_EQ(-12, type);
+  server.Stop();
+  EXPECT_FALSE(Exists(socket_path_));
+  EXPECT_EQ(0, SendToRemote(EchoApplication::Request("gone"), &reply));
+  EXPECT_EQ(std::vector<std::string>{"over there"}, echo_.received());
+}
+
+// A server written against the bare socket: it reads one request and answers with
+// whatever bytes the test makes from the request's id.
+class FakeServer {
+ public:
+  typedef std::function<std::string(uint32_t request_id)> Answer;
+
+  FakeServer(const std::string& path, Answer answer) : answer_(std::move(answer)) {
+    sockaddr_un address;
+    socklen_t length = 0;
+    internal::MakeUnixAddress(path, &address, &length);
+    listen_fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(0, bind(listen_fd_, reinterpret_cast<sockaddr*>(&address), length));
+    EXPECT_EQ(0, listen(listen_fd_, 1));
+    thread_ = std::thread(&FakeServer::Serve, this);
+  }
+  ~FakeServer() {
+    thread_.join();
+    internal::CloseFd(&listen_fd_);
+  }
+
+ private:
+  void Serve() {
+    int fd = accept4(listen_fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    wire::FrameReader reader;
+    wire::Frame request;
+    char buffer[512];
+    long count;
+    while (reader.Next(&request) == wire::FrameReader::kNeedMore &&
+           (count = internal::ReadSome(fd, buffer, sizeof(buffer), InSeconds(3))) > 0) {
+      reader.Append(buffer, static_cast<size_t>(count));
+    }
+    internal::WriteAll(fd, answer_(request.request_id), InSeconds(3));
+    internal::CloseFd(&fd);
+  }
+
+  Answer answer_;
+  int listen_fd_ = -1;
+  std::thread thread_;
+};
+
+std::string ReplyBytes(wire::FrameKind kind, uint32_t request_id, const char* echo) {
+  wire::Frame frame;
+  frame.kind = kind;
+  frame.request_id = request_id;
+  frame.message.MakeResult(Utf8("echo"), Utf8(echo));
+  std::string bytes;
+  wire::EncodeFrame(frame, &bytes);
+  return bytes;
+}
+
+struct AnswerRow {
+  const char* what;
+  FakeServer::Answer answer;
+  const char* expected_echo;  // null: SendMessage must fail
+};
+
+TEST_F(InstanceServerTest, ClientTakesOnlyTheWellFormedReplyToItsOwnRequest) {
+  const AnswerRow rows[] = {
+      {"reply to another request first",
+       [](uint32_t id) {
+         return ReplyBytes(wire::kReplyFrame, id + 1, "other") +
+                ReplyBytes(wire::kReplyFrame, id, "mine");
+       },
+       "mine"},
+      {"reply only to another request",
+       [](uint32_t id) { return ReplyBytes(wire::kReplyFrame, id - 1, "other"); }, nullptr},
+      {"a request instead of a reply",
+       [](uint32_t id) { return ReplyBytes(wire::kRequestFrame, id, "mine"); }, nullptr},
+      {"garbage", [](uint32_t) { return std::string("\x05\x00\x00\x00\x09garbage", 12); }, nullptr},
+      {"half a reply, then the end",
+       [](uint32_t id) { return ReplyBytes(wire::kReplyFrame, id, "mine").substr(0, 9); }, nullptr},
+      {"nothing, then the end", [](uint32_t) { return std::string(); }, nullptr},
+  };
+  for (const AnswerRow& row : rows) {
+    SCOPED_TRACE(row.what);
+    CMessage reply;
+    {
+      FakeServer server(socket_path_, row.answer);
+      const int sent = SendToRemote(EchoApplication::Request("question"), &reply);
+      EXPECT_EQ(row.expected_echo != nullptr, sent != 0);
+      if (row.expected_echo)
+        EXPECT_EQ(row.expected_echo, Echo(reply));
+      else
+        EXPECT_EQ(0, reply.NumOfQuery());
+    }
+    unlink(socket_path_.c_str());
+  }
+}
+
+TEST_F(InstanceServerTest, ServerDropsMalformedConnectionsAndServesOthers) {
+  CInstanceServer server(&echo_);
+  std::string error;
+  ASSERT_TRUE(server.Start(socket_path_, &error)) << error;
+  // A client that sends half a frame and waits does not hold the others up.
+  int idle = internal::ConnectUnixSocket(socket_path_);
+  ASSERT_GE(idle, 0);
+  ASSERT_TRUE(internal::WriteAll(idle, std::string("\x10\x00", 2), InSeconds(3)));
+  const std::string bad_requests[] = {
+      std::string("\xff\xff\xff\xff", 4),      // size far over the limit
+      std::string("\x01\x00\x00\x00\x07", 5),  // unknown frame kind
+      ReplyBytes(wire::kReplyFrame, 1, "not a request"),
+  };
+  for (const std::string& bytes : bad_requests) {
+    int fd = internal::ConnectUnixSocket(socket_path_);
+    ASSERT_GE(fd, 0);
+    ASSERT_TRUE(internal::WriteAll(fd, bytes, InSeconds(3)));
+    EXPECT_TRUE(ClosedByPeer(fd));
+    internal::CloseFd(&fd);
+  }
+  CMessage reply;
+  ASSERT_NE(0, SendToRemote(EchoApplication::Request("still served"), &reply));
+  EXPECT_EQ("still served", Echo(reply));
+  EXPECT_EQ(std::vector<std::string>{"still served"}, echo_.received());
+  internal::CloseFd(&idle);
+}
+
+TEST_F(InstanceServerTest, StartTakesOverOnlyAStaleSocket) {
+  std::string error;
+  {
+    CInstanceServer live(&echo_);
+    ASSERT_TRUE(live.Start(socket_path_, &error)) << error;
+    CInstanceServer second(&echo_);
+    EXPECT_FALSE(second.Start(socket_path_, &error));
+    EXPECT_NE(std::string::npos, error.find(socket_path_)) << error;
+  }
+  // A socket file whose server died without removing it.
+  {
+    sockaddr_un address;
+    socklen_t length = 0;
+    ASSERT_TRUE(internal::MakeUnixAddress(socket_path_, &address, &length));
+    int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), length));
+    internal::CloseFd(&fd);
+  }
+  CInstanceServer server(&echo_);
+  EXPECT_TRUE(server.Start(socket_path_, &error)) << error;
+  server.Stop();
+  // A file that is not a socket is never removed.
+  const std::string plain = dir_.Path("plain");
+  std::ofstream(plain) << "data";
+  EXPECT_FALSE(server.Start(plain, &error));
+  EXPECT_TRUE(Exists(plain));
+  EXPECT_FALSE(server.Start(dir_.Path(std::string(120, 'x')), &error));
+}
+
+}  // namespace
+}  // namespace ORVELL0300

@@ -1,0 +1,65 @@
+// An application instance living in this process: a handler object that a framework
+// thread feeds with messages, one at a time, in the order they were sent.
+
+#ifndef TVAPP_LOCAL_ENDPOINT_H_
+#define TVAPP_LOCAL_ENDPOINT_H_
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "tvapp/instance_endpoint.h"
+
+namespace ORVELL0300 {
+
+class CMessageHandler;
+
+class CLocalEndpoint : public CInstanceEndpoint {
+ public:
+  // |handler| is not owned; it must stay alive until Close() has returned.
+  explicit CLocalEndpoint(CMessageHandler* handler);
+  ~CLocalEndpoint() override;
+  CLocalEndpoint(const CLocalEndpoint&) = delete;
+  CLocalEndpoint& operator=(const CLocalEndpoint&) = delete;
+
+  bool Exchange(int message_type,
+                const CMessage& request,
+                std::chrono::steady_clock::time_point deadline,
+                CMessage* reply) override;
+  // Makes waiting senders fail at once, drops the messages not yet handled and waits for
+  // the one being handled, so the handler is never called again once this returns.
+  void Close() override;
+
+ private:
+  struct Job {
+    uint32_t request_id;
+    int message_type;
+    CMessage request;
+  };
+  struct Waiter {
+    bool answered = false;
+    CMessage reply;
+  };
+
+  // The framework thread: hands each job to the handler and its answer to the sender
+  // still waiting for it; an answer nobody waits for any more is dropped.
+  void Run();
+
+  CMessageHandler* const handler_;
+  std::mutex lock_;
+  std::condition_variable job_ready_;
+  std::condition_variable reply_ready_;
+  std::deque<Job> jobs_;
+  // The senders that still wait, by request id.
+  std::map<uint32_t, Waiter> waiters_;
+  uint32_t next_request_id_ = 1;
+  bool closed_ = false;
+  std::thread thread_;
+};
+
+}  // namespace ORVELL0300
+
+#endif  // TVAPP_LOCAL_ENDPOINT_H_

@@ -1,0 +1,265 @@
+// tarn-cec-sim run as a real process: the plugin's service reaches it through the TV
+// application framework's socket transport, and its JSON lines are checked.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/values.h"
+#include "gtest/gtest.h"
+#include "plugin/device/av_plugin/av_service.h"
+#include "tools/tarn-cec-sim/receiver_simulator.h"
+#include "tvapp/application_base.h"
+#include "tvapp/instance_directory.h"
+#include "tvapp/query_handle.h"
+#include "tvapp/test/scoped_socket_dir.h"
+#include "tvapp/unix_socket.h"
+
+extern char** environ;
+
+namespace cec_sim {
+namespace {
+
+using ORVELL0300::internal::Deadline;
+
+Deadline InSeconds(int seconds) {
+  return std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+}
+
+// One run of tarn-cec-sim with its stdout on a pipe.
+class SimProcess {
+ public:
+  explicit SimProcess(const std::vector<std::string>& arguments) {
+    std::vector<std::string> argv_strings = {TARN_CEC_SIM_PATH};
+    argv_strings.insert(argv_strings.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& argument : argv_strings)
+      argv.push_back(&argument[0]);
+    argv.push_back(nullptr);
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0)
+      return;
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    if (posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ) != 0)
+      pid_ = -1;
+    posix_spawn_file_actions_destroy(&actions);
+    close(fds[1]);
+    stdout_fd_ = fds[0];
+    fcntl(stdout_fd_, F_SETFL, O_NONBLOCK);
+  }
+
+  ~SimProcess() {
+    if (pid_ > 0) {
+      kill(pid_, SIGKILL);
+      waitpid(pid_, nullptr, 0);
+    }
+    ORVELL0300::internal::CloseFd(&stdout_fd_);
+  }
+
+  // Waits until the socket accepts connections.
+  bool WaitUntilServing(const std::string& socket_path) {
+    const Deadline deadline = InSeconds(10);
+    while (std::chrono::steady_clock::now() < deadline) {
+      int fd = ORVELL0300::internal::ConnectUnixSocket(socket_path);
+      if (fd >= 0) {
+        ORVELL0300::internal::CloseFd(&fd);
+        return true;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+  }
+
+  // The next line on stdout without its newline, or "<none>" when none comes in time.
+  std::string ReadLine() {
+    size_t end;
+    while ((end = buffered_.find('\n')) == std::string::npos) {
+      char buffer[512];
+      const long count =
+          ORVELL0300::internal::ReadSome(stdout_fd_, buffer, sizeof(buffer), InSeconds(5));
+      if (count <= 0)
+        return "<none>";
+      buffered_.append(buffer, static_cast<size_t>(count));
+    }
+    std::string line = buffered_.substr(0, end);
+    buffered_.erase(0, end + 1);
+    return line;
+  }
+
+  // Sends |signal_number| (when nonzero) and returns the exit code, or -1 when the
+  // process did not exit normally within 10 s.
+  int Finish(int signal_number) {
+    if (signal_number)
+      kill(pid_, signal_number);
+    const Deadline deadline = InSeconds(10);
+    int status = 0;
+    while (waitpid(pid_, &status, WNOHANG) == 0) {
+      if (std::chrono::steady_clock::now() > deadline)
+        return -1;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    pid_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  // Everything left on stdout up to its end.
+  std::string RestOfOutput() {
+    std::string rest = buffered_;
+    char buffer[4096];
+    long count;
+    while ((count = ORVELL0300::internal::ReadSome(stdout_fd_, buffer, sizeof(buffer),
+                                                   InSeconds(5))) > 0) {
+      rest.append(buffer, static_cast<size_t>(count));
+    }
+    return rest;
+  }
+
+ private:
+  pid_t pid_ = -1;
+  int stdout_fd_ = -1;
+  std::string buffered_;
+};
+
+bool Exists(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0;
+}
+
+class CecSimProcessTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    socket_path_ = dir_.Path("cec.sock");
+    ASSERT_TRUE(ORVELL0300::CInstanceDirectory::GetInstance()->AddRemoteInstance(
+        kCecApplicationName, socket_path_));
+  }
+  void TearDown() override {
+    ORVELL0300::CInstanceDirectory::GetInstance()->RemoveInstance(kCecApplicationName);
+    CQueryHandle::GetApplication()->SetReplyTimeLimit(ORVELL0300::kDefaultReplyTimeLimit);
+  }
+
+  std::unique_ptr<SimProcess> Start(std::vector<std::string> options) {
+    options.insert(options.begin(), {"--socket", socket_path_});
+    auto process = std::make_unique<SimProcess>(options);
+    EXPECT_TRUE(process->WaitUntilServing(socket_path_));
+    return process;
+  }
+
+  ORVELL0300::ScopedSocketDir dir_;
+  std::string socket_path_;
+};
+
+typedef int (plugin::AvService::*Method)(const base::DictionaryValue&, base::DictionaryValue*);
+
+int Call(Method method,
+         const char* key = nullptr,
+         const char* value = nullptr,
+         base::DictionaryValue* result = nullptr) {
+  base::DictionaryValue args;
+  args.SetString("device_id", "tv");
+  if (key)
+    args.SetString(key, value);
+  base::DictionaryValue ignored;
+  return (plugin::AvService::GetInstance()->*method)(args, result ? result : &ignored);
+}
+
+std::string PowerState() {
+  base::DictionaryValue result;
+  if (Call(&plugin::AvService::GetPowerState, nullptr, nullptr, &result) != 0)
+    return "<failed>";
+  std::string state;
+  result.GetString("power_state", &state);
+  return state;
+}
+
+TEST_F(CecSimProcessTest, ServiceReachesTheReceiverBehindTheSocket) {
+  auto sim = Start({"--power", "on"});
+  using plugin::AvService;
+  EXPECT_EQ("on", PowerState());
+  EXPECT_EQ(0, Call(&AvService::SetPowerState, "power_state", "off"));
+  EXPECT_EQ("off", PowerState());
+  EXPECT_EQ(0, Call(&AvService::SetSoundMode, "sound_mode", "ClearVoice"));
+  EXPECT_EQ(105, Call(&AvService::SetSoundMode, "sound_mode", "clearvoice"));
+  // The methods that need no receiver answer with it attached all the same.
+  EXPECT_EQ(0, Call(&AvService::GetDeviceResources));
+  EXPECT_EQ(0, Call(&AvService::GetSoundMode));
+  EXPECT_EQ(0, Call(&AvService::SetMicPower, "mic_power", "off"));
+
+  const char* expected_lines[] = {
+      R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})",
+      R"({"name":"set_cec_receiver_on_off","args":{"onoff":false}})",
+      R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})",
+      R"({"name":"set_smart_home_sound_mode","args":{"sound mode":3}})",
+  };
+  for (const char* line : expected_lines)
+    EXPECT_EQ(line, sim->ReadLine());
+  EXPECT_EQ(0, sim->Finish(SIGTERM));
+  EXPECT_EQ("", sim->RestOfOutput());
+  EXPECT_FALSE(Exists(socket_path_));
+  EXPECT_EQ(100, Call(&AvService::SetPowerState, "power_state", "on"));
+}
+
+TEST_F(CecSimProcessTest, OptionsShapeTheReplies) {
+  const struct {
+    std::vector<std::string> options;
+    int time_limit_ms;
+    const char* expected_state;  // of GetPowerState; null when it must fail
+  } rows[] = {
+      {{"--fail-return", "--power", "on"}, 3000, nullptr},
+      {{"--empty-reply"}, 3000, nullptr},
+      {{"--no-reply"}, 200, nullptr},
+      {{"--delay-ms", "800"}, 200, nullptr},
+      {{"--delay-ms", "50", "--power", "on"}, 3000, "on"},
+      {{"--power", "on", "--power-status", "0"}, 3000, "off"},
+      {{"--power-status", "5"}, 3000, "on"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.options[0]);
+    auto sim = Start(row.options);
+    CQueryHandle::GetApplication()->SetReplyTimeLimit(std::chrono::milliseconds(row.time_limit_ms));
+    EXPECT_EQ(row.expected_state ? row.expected_state : "<failed>", PowerState());
+    EXPECT_EQ(R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})",
+              sim->ReadLine());
+    EXPECT_EQ(0, sim->Finish(SIGINT));
+    EXPECT_FALSE(Exists(socket_path_));
+  }
+}
+
+TEST_F(CecSimProcessTest, BadArgumentsExitWithTwoAndHelpWithZero) {
+  const std::vector<std::string> bad[] = {
+      {},
+      {"--socket", ""},
+      {"--socket", "/tmp/" + std::string(120, 'x')},
+      {"--socket", "/tmp/s", "--power", "On"},
+      {"--socket", "/tmp/s", "--delay-ms", "-1"},
+      {"--socket", "/tmp/s", "--fail-return", "--no-reply"},
+      {"--socket", "/tmp/s", "--unknown"},
+  };
+  for (const auto& arguments : bad) {
+    SimProcess sim(arguments);
+    EXPECT_EQ(2, sim.Finish(0));
+  }
+  SimProcess help({"--help"});
+  EXPECT_EQ(0, help.Finish(0));
+  const std::string text = help.RestOfOutput();
+  for (const char* option : {"--socket", "--power", "--fail-return", "--empty-reply", "--no-reply",
+                             "--delay-ms", "--power-status"}) {
+    EXPECT_NE(std::string::npos, text.find(option)) << option;
+  }
+  SimProcess unusable({"--socket", dir_.Path("missing/cec.sock")});
+  EXPECT_EQ(1, unusable.Finish(0));
+}
+
+}  // namespace
+}  // namespace cec_sim

@@ -1,0 +1,155 @@
+// tarn-cec-sim: serves a simulated audio receiver as the TV's CEC application over the
+// TV application framework's socket transport, and prints every request it receives as
+// one JSON line on stdout.
+
+#include <signal.h>
+#include <sys/un.h>
+
+#include <iostream>
+#include <mutex>
+#include <string>
+
+#include "CLI/CLI.hpp"
+#include "nlohmann/json.hpp"
+#include "tools/tarn-cec-sim/receiver_simulator.h"
+#include "tvapp/instance_server.h"
+
+namespace {
+
+const int kExitOk = 0;
+const int kExitFailure = 1;
+const int kExitUsage = 2;
+
+struct Options {
+  std::string socket_path;
+  std::string power = "off";
+  bool fail_return = false;
+  bool empty_reply = false;
+  bool no_reply = false;
+  int delay_ms = 0;
+  long power_status = 0;
+  bool power_status_given = false;
+};
+
+// {"name":"set_smart_home_sound_mode","args":{"sound mode":4}}
+std::string RequestLine(const cec_sim::ReceiverSimulator::Request& request) {
+  nlohmann::ordered_json line;
+  line["name"] = request.message.GetName().text();
+  nlohmann::ordered_json args = nlohmann::ordered_json::object();
+  for (const ORVELL0300::CMessage::Entry& entry : request.message.entries()) {
+    const std::string& key = entry.key.text();
+    std::visit(
+        [&args, &key](const auto& value) {
+          using T = std::decay_t<decltype(value)>;
+          if constexpr (std::is_same_v<T, OCString>)
+            args[key] = value.text();
+          else
+            args[key] = value;
+        },
+        entry.value);
+  }
+  line["args"] = args;
+  return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+// Fills |options| from the command line. Returns -1 to go on, or the exit code.
+int ParseCommandLine(int argc, char** argv, Options* options) {
+  CLI::App app(
+      "Serves a simulated audio receiver as the TV's CEC application \"" +
+          std::string(cec_sim::kCecApplicationName) +
+          "\" on a Unix socket, for the TV application framework's remote transport.\n"
+          "It answers \"set_cec_receiver_on_off\" (\"onoff\", bool), "
+          "\"get_cec_receiver_power_status\" (replies \"power status\", long: 0 off, 1 on) "
+          "and \"set_smart_home_sound_mode\" (\"sound mode\", long 0..4), each with "
+          "\"return\" (bool). Every request received is printed on stdout as one JSON line. "
+          "SIGINT or SIGTERM stops it and removes the socket.",
+      "tarn-cec-sim");
+  const CLI::Validator socket_path(
+      [](std::string& path) {
+        return !path.empty() && path.size() < sizeof(sockaddr_un::sun_path)
+                   ? std::string()
+                   : "the socket path must be 1 to " +
+                         std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes long";
+      },
+      "PATH");
+  app.add_option("--socket", options->socket_path, "Unix socket path to serve on (required)")
+      ->required()
+      ->check(socket_path);
+  app.add_option("--power", options->power, "Power state of the receiver at start (default off)")
+      ->check(CLI::IsMember({"on", "off"}));
+  CLI::Option* fail = app.add_flag("--fail-return", options->fail_return,
+                                   "Refuse every request: reply \"return\" = false and leave "
+                                   "the receiver as it is");
+  CLI::Option* empty = app.add_flag("--empty-reply", options->empty_reply,
+                                    "Reply with a message that has no entries")
+                           ->excludes(fail);
+  app.add_flag("--no-reply", options->no_reply, "Send no reply at all")
+      ->excludes(fail)
+      ->excludes(empty);
+  app.add_option("--delay-ms", options->delay_ms,
+                 "Wait this many milliseconds before each reply (default 0)")
+      ->check(CLI::Range(0, 3600 * 1000));
+  app.add_option("--power-status", options->power_status,
+                 "Answer \"power status\" with this number instead of 0 (off) or 1 (on)");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    app.exit(e);
+    return kExitUsage;
+  }
+  options->power_status_given = app.count("--power-status") > 0;
+  return -1;
+}
+
+void Configure(const Options& options, cec_sim::ReceiverSimulator* receiver) {
+  receiver->SetPowerOn(options.power == "on");
+  if (options.fail_return)
+    receiver->SetFault(cec_sim::ReceiverSimulator::Fault::kReturnFalse);
+  if (options.empty_reply)
+    receiver->SetFault(cec_sim::ReceiverSimulator::Fault::kEmptyReply);
+  if (options.no_reply)
+    receiver->SetFault(cec_sim::ReceiverSimulator::Fault::kNoReply);
+  receiver->SetReplyDelay(std::chrono::milliseconds(options.delay_ms));
+  if (options.power_status_given)
+    receiver->SetPowerStatusOverride(options.power_status);
+  receiver->SetRequestObserver([](const cec_sim::ReceiverSimulator::Request& request) {
+    std::cout << RequestLine(request) << std::endl;
+  });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  const int exit_code = ParseCommandLine(argc, argv, &options);
+  if (exit_code >= 0)
+    return exit_code;
+
+  // The signals are taken by sigwait below; every thread started from here on keeps
+  // them blocked. A reader that goes away must not kill the process on the next line.
+  sigset_t stop_signals;
+  sigemptyset(&stop_signals);
+  sigaddset(&stop_signals, SIGINT);
+  sigaddset(&stop_signals, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
+  signal(SIGPIPE, SIG_IGN);
+
+  cec_sim::ReceiverSimulator receiver;
+  Configure(options, &receiver);
+  ORVELL0300::CInstanceServer server(&receiver);
+  std::string error;
+  if (!server.Start(options.socket_path, &error)) {
+    std::cerr << "tarn-cec-sim: " << error << std::endl;
+    return kExitFailure;
+  }
+  std::cerr << "tarn-cec-sim: serving " << cec_sim::kCecApplicationName << " on "
+            << options.socket_path << std::endl;
+
+  int signal_number = 0;
+  sigwait(&stop_signals, &signal_number);
+  receiver.Interrupt();
+  server.Stop();
+  return kExitOk;
+}

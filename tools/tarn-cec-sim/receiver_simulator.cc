@@ -1,0 +1,156 @@
+#include "tools/tarn-cec-sim/receiver_simulator.h"
+
+#include <string>
+
+#include "tvapp/application_base.h"
+
+namespace cec_sim {
+
+const char kCecApplicationName[] = "nimbara.native.cec";
+
+namespace {
+
+const char kSetOnOff[] = "set_cec_receiver_on_off";
+const char kGetPowerStatus[] = "get_cec_receiver_power_status";
+const char kSetSoundMode[] = "set_smart_home_sound_mode";
+const char kOnOffKey[] = "onoff";
+const char kPowerStatusKey[] = "power status";
+const char kSoundModeKey[] = "sound mode";
+const char kReturnKey[] = "return";
+
+OCString Utf8(const char* text) {
+  return OCString(text, OCString::kTextEncodingUtf8);
+}
+
+}  // namespace
+
+ReceiverSimulator::ReceiverSimulator() = default;
+
+ReceiverSimulator::~ReceiverSimulator() = default;
+
+bool ReceiverSimulator::power_on() const {
+  std::lock_guard<std::mutex> lock(lock_);
+  return power_on_;
+}
+
+void ReceiverSimulator::SetPowerOn(bool on) {
+  std::lock_guard<std::mutex> lock(lock_);
+  power_on_ = on;
+}
+
+long ReceiverSimulator::sound_mode() const {
+  std::lock_guard<std::mutex> lock(lock_);
+  return sound_mode_;
+}
+
+void ReceiverSimulator::SetFault(Fault fault) {
+  std::lock_guard<std::mutex> lock(lock_);
+  fault_ = fault;
+}
+
+void ReceiverSimulator::SetReplyDelay(std::chrono::milliseconds delay) {
+  std::lock_guard<std::mutex> lock(lock_);
+  delay_ = delay;
+}
+
+void ReceiverSimulator::SetPowerStatusOverride(long status) {
+  std::lock_guard<std::mutex> lock(lock_);
+  power_status_overridden_ = true;
+  power_status_override_ = status;
+}
+
+void ReceiverSimulator::ClearPowerStatusOverride() {
+  std::lock_guard<std::mutex> lock(lock_);
+  power_status_overridden_ = false;
+}
+
+void ReceiverSimulator::SetRequestObserver(RequestObserver observer) {
+  std::lock_guard<std::mutex> lock(lock_);
+  observer_ = std::move(observer);
+}
+
+std::vector<ReceiverSimulator::Request> ReceiverSimulator::requests() const {
+  std::lock_guard<std::mutex> lock(lock_);
+  return requests_;
+}
+
+void ReceiverSimulator::ClearRequests() {
+  std::lock_guard<std::mutex> lock(lock_);
+  requests_.clear();
+}
+
+void ReceiverSimulator::Interrupt() {
+  {
+    std::lock_guard<std::mutex> lock(lock_);
+    interrupted_ = true;
+  }
+  interrupted_cv_.notify_all();
+}
+
+bool ReceiverSimulator::OnMessage(int message_type,
+                                  const ORVELL0300::CMessage& request,
+                                  ORVELL0300::CMessage* reply) {
+  RequestObserver observer;
+  Fault fault;
+  std::chrono::milliseconds delay;
+  ORVELL0300::CMessage answer;
+  bool honoured;
+  {
+    std::lock_guard<std::mutex> lock(lock_);
+    requests_.push_back(Request{message_type, request});
+    observer = observer_;
+    fault = fault_;
+    delay = delay_;
+    honoured = Carry(message_type, request, fault == Fault::kReturnFalse, &answer);
+  }
+  if (observer)
+    observer(Request{message_type, request});
+  if (!Delay(delay) || fault == Fault::kNoReply)
+    return false;
+  if (fault == Fault::kEmptyReply)
+    return true;
+  if (fault == Fault::kReturnNotBool)
+    reply->MakeResult(Utf8(kReturnKey), 1L);
+  else
+    reply->MakeResult(Utf8(kReturnKey), honoured);
+  for (const ORVELL0300::CMessage::Entry& entry : answer.entries())
+    reply->AddEntry(entry.key, entry.value);
+  return true;
+}
+
+bool ReceiverSimulator::Carry(int message_type,
+                              const ORVELL0300::CMessage& request,
+                              bool refuse,
+                              ORVELL0300::CMessage* reply) {
+  const std::string& name = request.GetName().text();
+  if (message_type != ORVELL0300::kMessageTypeQuery)
+    return false;
+  if (name == kGetPowerStatus) {
+    const long status = power_status_overridden_ ? power_status_override_ : (power_on_ ? 1 : 0);
+    reply->MakeResult(Utf8(kPowerStatusKey), status);
+    return !refuse;
+  }
+  if (name == kSetOnOff) {
+    bool on = false;
+    if (!request.Query(Utf8(kOnOffKey), on) || refuse)
+      return false;
+    power_on_ = on;
+    return true;
+  }
+  if (name == kSetSoundMode) {
+    long mode = -1;
+    if (!request.Query(Utf8(kSoundModeKey), mode) || mode < 0 || mode > kMaxSoundMode || refuse)
+      return false;
+    sound_mode_ = mode;
+    return true;
+  }
+  return false;
+}
+
+bool ReceiverSimulator::Delay(std::chrono::milliseconds delay) {
+  std::unique_lock<std::mutex> lock(lock_);
+  interrupted_cv_.wait_for(lock, delay, [this] { return interrupted_; });
+  return !interrupted_;
+}
+
+}  // namespace cec_sim
