@@ -34,3 +34,10 @@ function(tarn_unittest target)
   set(labels unit ${ARG_LABELS})
   set_tests_properties(${target} PROPERTIES LABELS "${labels}" TIMEOUT 300)
 endfunction()
+
+# A program that drives a component library through the component's virtual operations.
+# The component's class information lives hidden inside its library, so the
+# UndefinedBehaviorSanitizer's dynamic type check, which needs it, is left out here.
+function(tarn_component_host target)
+  target_compile_options(${target} PRIVATE -fno-sanitize=vptr)
+endfunction()

@@ -4,6 +4,7 @@
 
 #include "base/logging.h"
 #include "base/memory/singleton.h"
+#include "base/threading/thread.h"
 #include "runtime/config_file.h"
 #include "runtime/reflection.h"
 
@@ -50,6 +51,26 @@ void Runtime::SetConfigOption(const std::string& key, const std::string& value) 
   std::lock_guard<std::mutex> lock(lock_);
   EnsureConfigLoadedLocked();
   options_[key] = value;
+}
+
+base::Thread* Runtime::GetThread(int id) {
+  if (id < 0 || id >= kThreadCount)
+    return nullptr;
+  std::lock_guard<std::mutex> lock(threads_lock_);
+  std::unique_ptr<base::Thread>& thread = threads_[id];
+  if (!thread)
+    thread = std::make_unique<base::Thread>("runtime-" + std::to_string(id));
+  if (!thread->IsRunning() && !thread->Start())
+    return nullptr;
+  return thread.get();
+}
+
+void Runtime::StopThreads() {
+  std::lock_guard<std::mutex> lock(threads_lock_);
+  for (auto& thread : threads_) {
+    if (thread)
+      thread->Stop();
+  }
 }
 
 Reflection* Runtime::GetReflection() {

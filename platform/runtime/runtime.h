@@ -6,11 +6,16 @@
 
 #include <atomic>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
 template <typename Type>
 struct LeakySingletonTraits;
+
+namespace base {
+class Thread;
+}  // namespace base
 
 namespace runtime {
 
@@ -36,6 +41,18 @@ class Runtime {
   // Sets or replaces one option, on top of what the file gave.
   void SetConfigOption(const std::string& key, const std::string& value);
 
+  // The number of runtime threads.
+  static const int kThreadCount = 2;
+
+  // Runtime thread |id|, 0 to kThreadCount - 1, started on first use; null for another id.
+  // Thread 0 is the control thread, thread 1 serves components' links. The runtime owns
+  // them.
+  virtual base::Thread* GetThread(int id);
+
+  // Stops the runtime threads (their pending tasks run first). Components must be
+  // destroyed first. GetThread() starts them again.
+  void StopThreads();
+
   // The reflection registry through which the runtime calls components' methods by name,
   // or null when the runtime offers none.
   virtual Reflection* GetReflection();
@@ -58,6 +75,9 @@ class Runtime {
   // Reads the default file if no file was read yet. Needs |lock_| held.
   void EnsureConfigLoadedLocked() const;
   bool LoadConfigFileLocked(const std::string& path) const;
+
+  std::mutex threads_lock_;
+  std::unique_ptr<base::Thread> threads_[kThreadCount];  // guarded by |threads_lock_|
 
   Reflection* const reflection_;  // owned; lives as long as the process, like the runtime
   std::atomic<bool> reflection_offered_{true};

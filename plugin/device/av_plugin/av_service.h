@@ -26,6 +26,8 @@ enum AvResult {
   kAvResultCecFailure = 100,        // the exchange with the CEC application failed
   kAvResultValueNotFound = 105,     // an argument holds a word outside its accepted set
   kAvResultInvalidParameter = 107,  // "device_id" or the value argument is missing or mistyped
+  // Not a service method's code: the reply to a method name the service does not have.
+  kAvResultUnknownMethod = 404,
 };
 
 // Every service method reads "device_id" (a string, required) first. |args| is only read;
