@@ -21,6 +21,9 @@ set(CMAKE_CXX_COMPILER ${TARN_TARGET_TRIPLE}-g++)
 # The device's processor is a Cortex-A7: ARMv7-A with VFPv4 and NEON, code in Thumb-2.
 # Nothing newer than ARMv7 may appear in the output.
 set(TARN_TARGET_FLAGS "-march=armv7-a -mtune=cortex-a7 -mfpu=neon-vfpv4 -mfloat-abi=hard -mthumb")
+# -Wno-psabi: GCC notes wherever a parameter is passed as GCC 7.1 changed it for ARM; the
+# whole system is built with one compiler, so there is no older code to mismatch.
+string(APPEND TARN_TARGET_FLAGS " -Wno-psabi")
 set(CMAKE_C_FLAGS_INIT "${TARN_TARGET_FLAGS}")
 set(CMAKE_CXX_FLAGS_INIT "${TARN_TARGET_FLAGS}")
 
