@@ -32,7 +32,27 @@ function(tarn_unittest target)
   tarn_warnings(${target})
   add_test(NAME ${target} COMMAND ${target})
   set(labels unit ${ARG_LABELS})
-  set_tests_properties(${target} PROPERTIES LABELS "${labels}" TIMEOUT 300)
+  set_tests_properties(${target} PROPERTIES LABELS "${labels}")
+  tarn_test_runtime(${target} 300)
+endfunction()
+
+# Under an emulator (a cross build) programs run several times slower than natively.
+if(CMAKE_CROSSCOMPILING_EMULATOR)
+  set(TARN_TEST_TIMEOUT_FACTOR 5 CACHE STRING "How many times longer tests may run than natively")
+else()
+  set(TARN_TEST_TIMEOUT_FACTOR 1 CACHE STRING "How many times longer tests may run than natively")
+endif()
+
+# Settings every test needs however it is registered: a timeout of |seconds| of native time,
+# stretched by TARN_TEST_TIMEOUT_FACTOR, and the environment variable TARN_TEST_EMULATOR. In a
+# cross build CTest runs the test's own command under the emulator, but a program the test
+# starts itself is run by the kernel, which cannot run a target binary: the test puts
+# TARN_TEST_EMULATOR (space-separated words, empty in a native build) before its command.
+function(tarn_test_runtime test seconds)
+  math(EXPR timeout "${seconds} * ${TARN_TEST_TIMEOUT_FACTOR}")
+  string(JOIN " " emulator ${CMAKE_CROSSCOMPILING_EMULATOR})
+  set_property(TEST ${test} PROPERTY TIMEOUT ${timeout})
+  set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "TARN_TEST_EMULATOR=${emulator}")
 endfunction()
 
 # A program that drives a component library through the component's virtual operations.

@@ -24,7 +24,9 @@ tarn_ensure_packages() {
   tarn_log "installing ${missing[*]}"
   local sudo=()
   [ "$(id -u)" -ne 0 ] && sudo=(sudo)
-  "${sudo[@]}" apt-get update -qq
+  # A mirror in the middle of a sync fails one index or another; the install below still
+  # succeeds when the lists it needs are there, and says so clearly when they are not.
+  "${sudo[@]}" apt-get update -qq || tarn_log "apt-get update reported errors; installing anyway"
   DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get install -y -qq --no-install-recommends \
     "${missing[@]}" >/dev/null
 }

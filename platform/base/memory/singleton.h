@@ -45,7 +45,9 @@ class Singleton {
   static Type* get() {
     using base::subtle::AtomicWord;
     AtomicWord value = base::subtle::Acquire_Load(&instance_);
-    if (value > base::internal::kBeingCreatedMarker)
+    // Compared for equality only: the word is signed, and on a 32-bit device addresses
+    // above 2 GiB read as negative numbers.
+    if (value != 0 && value != base::internal::kBeingCreatedMarker)
       return reinterpret_cast<Type*>(value);
     for (;;) {
       if (base::subtle::pLinuxKernelCmpxchg(0, base::internal::kBeingCreatedMarker, &instance_) ==
