@@ -1,19 +1,15 @@
 // tarn-cec-sim run as a real process: the plugin's service reaches it through the TV
 // application framework's socket transport, and its JSON lines are checked.
 
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "base/test/child_process.h"
 #include "base/values.h"
 #include "gtest/gtest.h"
 #include "plugin/device/av_plugin/av_service.h"
@@ -22,114 +18,41 @@
 #include "tvapp/instance_directory.h"
 #include "tvapp/query_handle.h"
 #include "tvapp/test/scoped_socket_dir.h"
-#include "tvapp/unix_socket.h"
-
-extern char** environ;
 
 namespace cec_sim {
 namespace {
-
-using ORVELL0300::internal::Deadline;
-
-Deadline InSeconds(int seconds) {
-  return std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-}
 
 // One run of tarn-cec-sim with its stdout on a pipe.
 class SimProcess {
  public:
   explicit SimProcess(const std::vector<std::string>& arguments) {
-    std::vector<std::string> argv_strings = {TARN_CEC_SIM_PATH};
-    argv_strings.insert(argv_strings.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& argument : argv_strings)
-      argv.push_back(&argument[0]);
-    argv.push_back(nullptr);
-    int fds[2];
-    if (pipe2(fds, O_CLOEXEC) != 0)
-      return;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    if (posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ) != 0)
-      pid_ = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    close(fds[1]);
-    stdout_fd_ = fds[0];
-    fcntl(stdout_fd_, F_SETFL, O_NONBLOCK);
-  }
-
-  ~SimProcess() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    ORVELL0300::internal::CloseFd(&stdout_fd_);
+    EXPECT_TRUE(process_.Start(TARN_CEC_SIM_PATH, arguments));
   }
 
   // Waits until the socket accepts connections.
   bool WaitUntilServing(const std::string& socket_path) {
-    const Deadline deadline = InSeconds(10);
-    while (std::chrono::steady_clock::now() < deadline) {
-      int fd = ORVELL0300::internal::ConnectUnixSocket(socket_path);
-      if (fd >= 0) {
-        ORVELL0300::internal::CloseFd(&fd);
-        return true;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
+    return base::test::WaitForUnixSocket(socket_path, std::chrono::seconds(10));
   }
 
   // The next line on stdout without its newline, or "<none>" when none comes in time.
   std::string ReadLine() {
-    size_t end;
-    while ((end = buffered_.find('\n')) == std::string::npos) {
-      char buffer[512];
-      const long count =
-          ORVELL0300::internal::ReadSome(stdout_fd_, buffer, sizeof(buffer), InSeconds(5));
-      if (count <= 0)
-        return "<none>";
-      buffered_.append(buffer, static_cast<size_t>(count));
-    }
-    std::string line = buffered_.substr(0, end);
-    buffered_.erase(0, end + 1);
-    return line;
+    std::string line;
+    return process_.ReadLine(std::chrono::seconds(5), &line) ? line : "<none>";
   }
 
   // Sends |signal_number| (when nonzero) and returns the exit code, or -1 when the
-  // process did not exit normally within 10 s.
+  // process did not end within 10 s.
   int Finish(int signal_number) {
     if (signal_number)
-      kill(pid_, signal_number);
-    const Deadline deadline = InSeconds(10);
-    int status = 0;
-    while (waitpid(pid_, &status, WNOHANG) == 0) {
-      if (std::chrono::steady_clock::now() > deadline)
-        return -1;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      process_.Signal(signal_number);
+    return process_.Wait(std::chrono::seconds(10));
   }
 
   // Everything left on stdout up to its end.
-  std::string RestOfOutput() {
-    std::string rest = buffered_;
-    char buffer[4096];
-    long count;
-    while ((count = ORVELL0300::internal::ReadSome(stdout_fd_, buffer, sizeof(buffer),
-                                                   InSeconds(5))) > 0) {
-      rest.append(buffer, static_cast<size_t>(count));
-    }
-    return rest;
-  }
+  std::string RestOfOutput() { return process_.ReadRest(std::chrono::seconds(5)); }
 
  private:
-  pid_t pid_ = -1;
-  int stdout_fd_ = -1;
-  std::string buffered_;
+  base::test::ChildProcess process_;
 };
 
 bool Exists(const std::string& path) {

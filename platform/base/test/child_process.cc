@@ -1,0 +1,163 @@
+#include "base/test/child_process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <thread>
+
+extern char** environ;
+
+namespace base {
+namespace test {
+
+namespace {
+
+typedef std::chrono::steady_clock Clock;
+
+int MillisecondsUntil(Clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+  return left.count() > 0 ? static_cast<int>(left.count()) : 0;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess() = default;
+
+ChildProcess::~ChildProcess() {
+  if (pid_ > 0) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+  if (stdout_fd_ >= 0)
+    close(stdout_fd_);
+}
+
+// static
+std::vector<std::string> ChildProcess::EmulatorCommand() {
+  std::vector<std::string> words;
+  const char* emulator = std::getenv("TARN_TEST_EMULATOR");
+  std::istringstream stream(emulator ? emulator : "");
+  for (std::string word; stream >> word;)
+    words.push_back(word);
+  return words;
+}
+
+bool ChildProcess::Start(const std::string& program,
+                         const std::vector<std::string>& arguments,
+                         const std::string& stderr_path) {
+  if (pid_ > 0)
+    return false;
+  std::vector<std::string> words = EmulatorCommand();
+  words.push_back(program);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words)
+    argv.push_back(&word[0]);
+  argv.push_back(nullptr);
+
+  int fds[2];
+  if (pipe2(fds, O_CLOEXEC) != 0)
+    return false;
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO,
+                                   stderr_path.empty() ? "/dev/null" : stderr_path.c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  const int error = posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  close(fds[1]);
+  if (error != 0) {
+    pid_ = -1;
+    close(fds[0]);
+    return false;
+  }
+  stdout_fd_ = fds[0];
+  return true;
+}
+
+bool ChildProcess::ReadMore(Clock::time_point deadline) {
+  pollfd poll_fd{stdout_fd_, POLLIN, 0};
+  if (stdout_fd_ < 0 || poll(&poll_fd, 1, MillisecondsUntil(deadline)) <= 0)
+    return false;
+  char buffer[4096];
+  const ssize_t count = read(stdout_fd_, buffer, sizeof(buffer));
+  if (count <= 0)
+    return false;
+  buffered_.append(buffer, static_cast<size_t>(count));
+  return true;
+}
+
+bool ChildProcess::ReadLine(std::chrono::milliseconds timeout, std::string* line) {
+  const Clock::time_point deadline = Clock::now() + timeout;
+  size_t end;
+  while ((end = buffered_.find('\n')) == std::string::npos) {
+    if (!ReadMore(deadline))
+      return false;
+  }
+  *line = buffered_.substr(0, end);
+  buffered_.erase(0, end + 1);
+  return true;
+}
+
+std::string ChildProcess::ReadRest(std::chrono::milliseconds timeout) {
+  const Clock::time_point deadline = Clock::now() + timeout;
+  while (ReadMore(deadline)) {
+  }
+  std::string rest;
+  rest.swap(buffered_);
+  return rest;
+}
+
+bool ChildProcess::Signal(int signal_number) {
+  return pid_ > 0 && kill(pid_, signal_number) == 0;
+}
+
+int ChildProcess::Wait(std::chrono::milliseconds timeout) {
+  if (pid_ <= 0)
+    return -1;
+  const Clock::time_point deadline = Clock::now() + timeout;
+  int status = 0;
+  while (waitpid(pid_, &status, WNOHANG) == 0) {
+    if (Clock::now() > deadline)
+      return -1;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  pid_ = -1;
+  if (WIFEXITED(status))
+    return WEXITSTATUS(status);
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+}
+
+bool WaitForUnixSocket(const std::string& path, std::chrono::milliseconds timeout) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address.sun_path))
+    return false;
+  std::memcpy(address.sun_path, path.data(), path.size());
+  const Clock::time_point deadline = Clock::now() + timeout;
+  for (;;) {
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool connected =
+        fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+    if (fd >= 0)
+      close(fd);
+    if (connected)
+      return true;
+    if (Clock::now() > deadline)
+      return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+}  // namespace test
+}  // namespace base
