@@ -53,6 +53,12 @@ void Runtime::SetConfigOption(const std::string& key, const std::string& value) 
   options_[key] = value;
 }
 
+void Runtime::SetConfigOptions(const std::map<std::string, std::string>& options) {
+  std::lock_guard<std::mutex> lock(lock_);
+  config_loaded_ = true;
+  options_ = options;
+}
+
 base::Thread* Runtime::GetThread(int id) {
   if (id < 0 || id >= kThreadCount)
     return nullptr;

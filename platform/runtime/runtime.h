@@ -41,6 +41,10 @@ class Runtime {
   // Sets or replaces one option, on top of what the file gave.
   void SetConfigOption(const std::string& key, const std::string& value);
 
+  // Takes |options| as the whole configuration, in place of a file: no file is read until
+  // LoadConfigFile() is called. For a host that has its configuration from elsewhere.
+  void SetConfigOptions(const std::map<std::string, std::string>& options);
+
   // The number of runtime threads.
   static const int kThreadCount = 2;
 
