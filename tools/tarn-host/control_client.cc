@@ -1,0 +1,157 @@
+#include "tools/tarn-host/control_client.h"
+
+#include <string>
+#include <vector>
+
+#include "base/logging.h"
+#include "base/values.h"
+#include "event/event.h"
+#include "event/event_manager.h"
+#include "ipc/ipc_sync_message.h"
+#include "ipc/pickle.h"
+#include "tools/control/control_messages.h"
+#include "tools/tarn-host/method_invoker.h"
+
+namespace tarn_host {
+
+namespace {
+
+// Stands for every event id among a client's subscriptions.
+const int kAllEvents = ControlMsg_Subscribe::kAllEvents;
+
+// The strings of an event's pickled payload, in order, up to the first entry that is not
+// one.
+std::vector<std::string> PayloadStrings(const evt::Event& event) {
+  const std::string& data = event.data();
+  Pickle pickle(data.data(), static_cast<int>(data.size()));
+  PickleIterator iter(pickle);
+  std::vector<std::string> strings;
+  std::string text;
+  while (iter.ReadString(&text))
+    strings.push_back(text);
+  return strings;
+}
+
+}  // namespace
+
+ControlClient::ControlClient(IPC::Message::Sender* channel, MethodInvoker* invoker)
+    : invoker_(invoker), channel_(channel) {}
+
+ControlClient::~ControlClient() {
+  Detach();
+}
+
+void ControlClient::Detach() {
+  int subscription = 0;
+  {
+    std::lock_guard<std::mutex> lock(lock_);
+    channel_ = nullptr;
+    event_ids_.clear();
+    subscription = subscription_;
+    subscription_ = 0;
+  }
+  // Waits for a forwarding under way on another thread; it sends nothing any more.
+  if (subscription != 0)
+    evt::EventManager::GetInstance()->Unsubscribe(subscription);
+}
+
+bool ControlClient::OnMessageReceived(const IPC::Message& message) {
+  if (message.is_reply())
+    return true;  // the host sends clients no requests
+  if (!message.is_sync()) {
+    LOG_AT(logging::LOG_WARNING) << "Control client sent an asynchronous message of type "
+                                 << message.type() << "; ignored";
+    return true;
+  }
+  switch (message.type()) {
+    case ControlMsg_InvokeMethod::ID: {
+      ControlMsg_InvokeMethod::SendParam params;
+      const bool ok = ControlMsg_InvokeMethod::ReadSendParam(&message, &params);
+      ControlMsg_InvokeMethod::Schema::DispatchWithSendParams(ok, params, &message, this, this,
+                                                              &ControlClient::OnInvokeMethod);
+      return true;
+    }
+    case ControlMsg_Subscribe::ID: {
+      ControlMsg_Subscribe::SendParam params;
+      const bool ok = ControlMsg_Subscribe::ReadSendParam(&message, &params);
+      ControlMsg_Subscribe::Schema::DispatchWithSendParams(ok, params, &message, this, this,
+                                                           &ControlClient::OnSubscribe);
+      return true;
+    }
+    default: {
+      LOG_AT(logging::LOG_WARNING) << "Control client sent a request of unknown type "
+                                   << message.type() << "; answered with an error";
+      IPC::Message* reply = IPC::SyncMessage::GenerateReply(&message);
+      reply->set_reply_error();
+      Send(reply);
+      return true;
+    }
+  }
+}
+
+bool ControlClient::Send(IPC::Message* message) {
+  std::lock_guard<std::mutex> lock(lock_);
+  if (channel_ == nullptr) {
+    delete message;
+    return false;
+  }
+  return channel_->Send(message);
+}
+
+void ControlClient::OnInvokeMethod(const base::DictionaryValue& request,
+                                   int* status,
+                                   bool* result) {
+  *status = invoker_->Invoke(request, result);
+}
+
+void ControlClient::OnSubscribe(int event_id, bool* subscribed) {
+  *subscribed = false;
+  if (event_id < kAllEvents) {
+    LOG_AT(logging::LOG_WARNING) << "Control client asked for events of id " << event_id
+                                 << "; refused";
+    return;
+  }
+  bool first = false;
+  {
+    std::lock_guard<std::mutex> lock(lock_);
+    if (channel_ == nullptr)
+      return;
+    event_ids_.insert(event_id);
+    first = subscription_ == 0;
+  }
+  if (first) {
+    // One subscription to the bus per client; ForwardEvent() picks the client's ids, so
+    // that each event reaches the client once however its subscriptions overlap.
+    const int handle = evt::EventManager::GetInstance()->Subscribe(
+        evt::EventManager::kAllEvents, [this](const evt::Event& event) { ForwardEvent(event); });
+    bool detached = false;
+    {
+      std::lock_guard<std::mutex> lock(lock_);
+      detached = channel_ == nullptr;
+      if (!detached)
+        subscription_ = handle;
+    }
+    if (detached) {
+      evt::EventManager::GetInstance()->Unsubscribe(handle);
+      return;
+    }
+  }
+  *subscribed = true;
+  if (event_id == kAllEvents)
+    LOG_AT(logging::LOG_INFO) << "Control client subscribed to every event";
+  else
+    LOG_AT(logging::LOG_INFO) << "Control client subscribed to event " << event_id;
+}
+
+void ControlClient::ForwardEvent(const evt::Event& event) {
+  {
+    std::lock_guard<std::mutex> lock(lock_);
+    if (channel_ == nullptr ||
+        (event_ids_.count(kAllEvents) == 0 && event_ids_.count(event.id()) == 0)) {
+      return;
+    }
+  }
+  Send(new ControlMsg_Event(event.id(), PayloadStrings(event)));
+}
+
+}  // namespace tarn_host

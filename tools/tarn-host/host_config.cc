@@ -1,0 +1,122 @@
+#include "tools/tarn-host/host_config.h"
+
+#include <sstream>
+
+#include "base/logging.h"
+#include "tvapp/application_base.h"
+
+namespace tarn_host {
+
+const char kMinLogLevelOption[] = "min_log_level";
+const char kReplyTimeLimitOption[] = "reply_time_limit_ms";
+const char kAvLogLevelOption[] = "av_log_level";
+
+namespace {
+
+const struct {
+  IPC::Channel::Mode mode;
+  const char* name;
+} kModeNames[] = {
+    {IPC::Channel::MODE_SERVER, "server"},
+    {IPC::Channel::MODE_CLIENT, "client"},
+    {IPC::Channel::MODE_NAMED_SERVER, "named_server"},
+    {IPC::Channel::MODE_NAMED_CLIENT, "named_client"},
+};
+
+const struct {
+  int level;
+  const char* name;
+} kLevelNames[] = {
+    {logging::LOG_VERBOSE, "LOG_VERBOSE"},           {logging::LOG_INFO, "LOG_INFO"},
+    {logging::LOG_WARNING, "LOG_WARNING"},           {logging::LOG_ERROR, "LOG_ERROR"},
+    {logging::LOG_ERROR_REPORT, "LOG_ERROR_REPORT"}, {logging::LOG_FATAL, "LOG_FATAL"},
+};
+
+// |text| as the value of an XML attribute in double quotes.
+std::string Quoted(const std::string& text) {
+  std::string quoted = "\"";
+  for (char c : text) {
+    switch (c) {
+      case '&':
+        quoted += "&amp;";
+        break;
+      case '<':
+        quoted += "&lt;";
+        break;
+      case '>':
+        quoted += "&gt;";
+        break;
+      case '"':
+        quoted += "&quot;";
+        break;
+      default:
+        quoted += c;
+    }
+  }
+  return quoted + "\"";
+}
+
+std::string EndpointText(const ApplicationConfig& application) {
+  return application.endpoint == ApplicationConfig::kBuiltin ? "builtin"
+                                                             : "unix:" + application.socket_path;
+}
+
+}  // namespace
+
+HostConfig::HostConfig()
+    : min_log_level(logging::LOG_INFO), reply_time_limit(ORVELL0300::kDefaultReplyTimeLimit) {}
+
+HostConfig::~HostConfig() = default;
+
+std::string HostConfig::ToXml() const {
+  std::ostringstream xml;
+  xml << "<config>\n";
+  for (const auto& option : options)
+    xml << "  <option name=" << Quoted(option.first) << " value=" << Quoted(option.second)
+        << "/>\n";
+  for (const ComponentConfig& component : components) {
+    xml << "  <component library=" << Quoted(component.library) << ">\n";
+    for (const LinkConfig& link : component.links) {
+      const char* mode = ChannelModeName(link.mode);
+      xml << "    <link channel=" << Quoted(link.channel)
+          << " mode=" << Quoted(mode ? mode : "none") << "/>\n";
+    }
+    xml << "  </component>\n";
+  }
+  for (const ApplicationConfig& application : applications)
+    xml << "  <application name=" << Quoted(application.name)
+        << " endpoint=" << Quoted(EndpointText(application)) << "/>\n";
+  xml << "  <control channel=" << Quoted(control_channel) << "/>\n";
+  xml << "</config>\n";
+  return xml.str();
+}
+
+const char* ChannelModeName(IPC::Channel::Mode mode) {
+  for (const auto& entry : kModeNames) {
+    if (entry.mode == mode)
+      return entry.name;
+  }
+  return nullptr;
+}
+
+bool ChannelModeFromName(const std::string& name, IPC::Channel::Mode* mode) {
+  for (const auto& entry : kModeNames) {
+    if (name == entry.name) {
+      *mode = entry.mode;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool LogLevelFromName(const std::string& name, int* level) {
+  for (const auto& entry : kLevelNames) {
+    if (name == entry.name) {
+      *level = entry.level;
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace tarn_host

@@ -1,0 +1,299 @@
+#include "tools/tarn-host/host_config_reader.h"
+
+#include <sys/un.h>
+#include <tinyxml2.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <initializer_list>
+#include <map>
+#include <sstream>
+
+#include "tools/tarn-cec-sim/receiver_simulator.h"
+#include "tools/tarn-host/host_config.h"
+
+namespace tarn_host {
+
+namespace {
+
+using tinyxml2::XMLAttribute;
+using tinyxml2::XMLElement;
+
+const size_t kMaxSocketPathLength = sizeof(sockaddr_un::sun_path) - 1;
+const char kBuiltinEndpoint[] = "builtin";
+const char kUnixEndpointPrefix[] = "unix:";
+
+// Reads one document; stops at the first fault, which it describes in |*error|.
+class Reader {
+ public:
+  Reader(const std::string& name, std::string* error) : name_(name), error_(error) {}
+
+  bool Read(const tinyxml2::XMLDocument& document, HostConfig* config);
+
+ private:
+  bool Fail(int line, const std::string& what);
+
+  // Fails on an attribute of |element| that is not in |known|, and on a child element.
+  bool CheckShape(const XMLElement* element, std::initializer_list<const char*> known);
+  // Sets |*value| to the attribute |name| of |element|, which must be there and not empty.
+  bool Required(const XMLElement* element, const char* name, std::string* value);
+  // |path|, given in |element|'s attribute |name|, must fit a Unix socket address and not
+  // be used by another element.
+  bool CheckSocketPath(const XMLElement* element, const char* name, const std::string& path);
+
+  bool ReadOption(const XMLElement* element, HostConfig* config);
+  bool ReadComponent(const XMLElement* element, HostConfig* config);
+  bool ReadLink(const XMLElement* element, ComponentConfig* component);
+  bool ReadApplication(const XMLElement* element, HostConfig* config);
+  bool ReadControl(const XMLElement* element, HostConfig* config);
+
+  const std::string name_;
+  std::string* const error_;                 // not owned
+  std::map<std::string, int> socket_paths_;  // path to the line that uses it
+  std::map<std::string, int> applications_;  // name to the line that gives it
+  int control_line_ = 0;
+};
+
+std::string Quote(const std::string& text) {
+  return "\"" + text + "\"";
+}
+
+int AttributeLine(const XMLElement* element, const char* name) {
+  const XMLAttribute* attribute = element->FindAttribute(name);
+  return attribute ? attribute->GetLineNum() : element->GetLineNum();
+}
+
+bool Reader::Read(const tinyxml2::XMLDocument& document, HostConfig* config) {
+  const XMLElement* root = document.RootElement();
+  if (root == nullptr)
+    return Fail(1, "no root element");
+  if (std::strcmp(root->Name(), "config") != 0)
+    return Fail(root->GetLineNum(),
+                "the root element is <" + std::string(root->Name()) + ">; expected <config>");
+  if (root->FirstAttribute() != nullptr)
+    return Fail(root->FirstAttribute()->GetLineNum(),
+                "unknown attribute " + Quote(root->FirstAttribute()->Name()) + " on <config>");
+  for (const XMLElement* child = root->FirstChildElement(); child;
+       child = child->NextSiblingElement()) {
+    const std::string kind = child->Name();
+    bool ok = false;
+    if (kind == "option")
+      ok = ReadOption(child, config);
+    else if (kind == "component")
+      ok = ReadComponent(child, config);
+    else if (kind == "application")
+      ok = ReadApplication(child, config);
+    else if (kind == "control")
+      ok = ReadControl(child, config);
+    else
+      ok = Fail(child->GetLineNum(), "unknown element <" + kind + "> in <config>");
+    if (!ok)
+      return false;
+  }
+  if (config->components.empty())
+    return Fail(root->GetLineNum(), "<config> has no <component>");
+  if (control_line_ == 0)
+    return Fail(root->GetLineNum(), "<config> has no <control>");
+  return true;
+}
+
+bool Reader::Fail(int line, const std::string& what) {
+  *error_ = name_ + ":" + std::to_string(line) + ": " + what;
+  return false;
+}
+
+bool Reader::CheckShape(const XMLElement* element, std::initializer_list<const char*> known) {
+  for (const XMLAttribute* attribute = element->FirstAttribute(); attribute;
+       attribute = attribute->Next()) {
+    bool found = false;
+    for (const char* name : known)
+      found = found || std::strcmp(attribute->Name(), name) == 0;
+    if (!found)
+      return Fail(attribute->GetLineNum(), "unknown attribute " + Quote(attribute->Name()) +
+                                               " on <" + element->Name() + ">");
+  }
+  const XMLElement* child = element->FirstChildElement();
+  if (child != nullptr)
+    return Fail(child->GetLineNum(), "unknown element <" + std::string(child->Name()) + "> in <" +
+                                         element->Name() + ">");
+  return true;
+}
+
+bool Reader::Required(const XMLElement* element, const char* name, std::string* value) {
+  const char* text = element->Attribute(name);
+  if (text == nullptr)
+    return Fail(element->GetLineNum(),
+                "<" + std::string(element->Name()) + "> needs a " + Quote(name) + " attribute");
+  if (*text == '\0')
+    return Fail(AttributeLine(element, name),
+                "the " + Quote(name) + " attribute of <" + element->Name() + "> is empty");
+  *value = text;
+  return true;
+}
+
+bool Reader::CheckSocketPath(const XMLElement* element, const char* name, const std::string& path) {
+  const int line = AttributeLine(element, name);
+  if (path.empty())
+    return Fail(line, "the socket path in the " + Quote(name) + " attribute of <" +
+                          element->Name() + "> is empty");
+  if (path.size() > kMaxSocketPathLength)
+    return Fail(line, "the socket path " + Quote(path) + " is longer than " +
+                          std::to_string(kMaxSocketPathLength) + " bytes");
+  auto inserted = socket_paths_.emplace(path, line);
+  if (!inserted.second)
+    return Fail(line, "the socket path " + Quote(path) + " is already used at line " +
+                          std::to_string(inserted.first->second));
+  return true;
+}
+
+bool Reader::ReadOption(const XMLElement* element, HostConfig* config) {
+  std::string name;
+  if (!CheckShape(element, {"name", "value"}) || !Required(element, "name", &name))
+    return false;
+  const char* value = element->Attribute("value");
+  if (value == nullptr)
+    return Fail(element->GetLineNum(), "<option> needs a \"value\" attribute");
+  const int line = AttributeLine(element, "value");
+  if (name == kMinLogLevelOption && !LogLevelFromName(value, &config->min_log_level)) {
+    return Fail(line, "option " + Quote(name) +
+                          " must be one of LOG_VERBOSE, LOG_INFO, LOG_WARNING, LOG_ERROR, "
+                          "LOG_ERROR_REPORT, LOG_FATAL, not " +
+                          Quote(value));
+  }
+  if (name == kReplyTimeLimitOption) {
+    const std::string digits = value;
+    const bool valid = !digits.empty() && digits.size() <= 7 &&
+                       digits.find_first_not_of("0123456789") == std::string::npos &&
+                       std::stoll(digits) <= kMaxReplyTimeLimitMs;
+    if (!valid)
+      return Fail(line, "option " + Quote(name) +
+                            " must be a whole number of milliseconds from 0 to " +
+                            std::to_string(kMaxReplyTimeLimitMs) + ", not " + Quote(value));
+    config->reply_time_limit = std::chrono::milliseconds(std::stoll(digits));
+  }
+  config->options[name] = value;
+  return true;
+}
+
+bool Reader::ReadComponent(const XMLElement* element, HostConfig* config) {
+  ComponentConfig component;
+  for (const XMLAttribute* attribute = element->FirstAttribute(); attribute;
+       attribute = attribute->Next()) {
+    if (std::strcmp(attribute->Name(), "library") != 0)
+      return Fail(attribute->GetLineNum(),
+                  "unknown attribute " + Quote(attribute->Name()) + " on <component>");
+  }
+  if (!Required(element, "library", &component.library))
+    return false;
+  for (const XMLElement* child = element->FirstChildElement(); child;
+       child = child->NextSiblingElement()) {
+    if (std::strcmp(child->Name(), "link") != 0)
+      return Fail(child->GetLineNum(),
+                  "unknown element <" + std::string(child->Name()) + "> in <component>");
+    if (!ReadLink(child, &component))
+      return false;
+  }
+  if (component.links.empty())
+    return Fail(element->GetLineNum(), "<component> has no <link>");
+  config->components.push_back(component);
+  return true;
+}
+
+bool Reader::ReadLink(const XMLElement* element, ComponentConfig* component) {
+  LinkConfig link;
+  std::string mode;
+  if (!CheckShape(element, {"channel", "mode"}) || !Required(element, "channel", &link.channel) ||
+      !CheckSocketPath(element, "channel", link.channel) || !Required(element, "mode", &mode)) {
+    return false;
+  }
+  if (!ChannelModeFromName(mode, &link.mode))
+    return Fail(AttributeLine(element, "mode"),
+                "unknown link mode " + Quote(mode) +
+                    "; expected server, client, named_server or named_client");
+  component->links.push_back(link);
+  return true;
+}
+
+bool Reader::ReadApplication(const XMLElement* element, HostConfig* config) {
+  ApplicationConfig application;
+  std::string endpoint;
+  if (!CheckShape(element, {"name", "endpoint"}) || !Required(element, "name", &application.name) ||
+      !Required(element, "endpoint", &endpoint)) {
+    return false;
+  }
+  const int line = AttributeLine(element, "endpoint");
+  const std::string prefix = kUnixEndpointPrefix;
+  if (endpoint == kBuiltinEndpoint) {
+    if (application.name != cec_sim::kCecApplicationName)
+      return Fail(line, "no built-in application " + Quote(application.name) +
+                            "; the built-in one is " + Quote(cec_sim::kCecApplicationName));
+    application.endpoint = ApplicationConfig::kBuiltin;
+  } else if (endpoint.compare(0, prefix.size(), prefix) == 0) {
+    application.endpoint = ApplicationConfig::kUnixSocket;
+    application.socket_path = endpoint.substr(prefix.size());
+    if (!CheckSocketPath(element, "endpoint", application.socket_path))
+      return false;
+  } else {
+    return Fail(line, "unknown endpoint " + Quote(endpoint) +
+                          "; expected \"builtin\" or \"unix:SOCKET-PATH\"");
+  }
+  auto inserted = applications_.emplace(application.name, element->GetLineNum());
+  if (!inserted.second)
+    return Fail(element->GetLineNum(), "application " + Quote(application.name) +
+                                           " is already given at line " +
+                                           std::to_string(inserted.first->second));
+  config->applications.push_back(application);
+  return true;
+}
+
+bool Reader::ReadControl(const XMLElement* element, HostConfig* config) {
+  if (control_line_ != 0)
+    return Fail(element->GetLineNum(),
+                "a second <control>; the first is at line " + std::to_string(control_line_));
+  std::string channel;
+  if (!CheckShape(element, {"channel"}) || !Required(element, "channel", &channel) ||
+      !CheckSocketPath(element, "channel", channel)) {
+    return false;
+  }
+  control_line_ = element->GetLineNum();
+  config->control_channel = channel;
+  return true;
+}
+
+}  // namespace
+
+// static
+bool HostConfigReader::Load(const std::string& path, HostConfig* config, std::string* error) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    *error = path + ": cannot read: " + std::strerror(errno);
+    return false;
+  }
+  std::ostringstream text;
+  text << file.rdbuf();
+  return Parse(text.str(), path, config, error);
+}
+
+// static
+bool HostConfigReader::Parse(const std::string& text,
+                             const std::string& name,
+                             HostConfig* config,
+                             std::string* error) {
+  tinyxml2::XMLDocument document;
+  if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
+    // An empty document has no line of its own; it is reported at line 1.
+    *error = name + ":" + std::to_string(std::max(1, document.ErrorLineNum())) +
+             ": malformed XML: " + document.ErrorStr();
+    return false;
+  }
+  HostConfig read;
+  Reader reader(name, error);
+  if (!reader.Read(document, &read))
+    return false;
+  *config = read;
+  return true;
+}
+
+}  // namespace tarn_host

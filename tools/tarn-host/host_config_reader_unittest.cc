@@ -1,0 +1,212 @@
+#include "tools/tarn-host/host_config_reader.h"
+
+#include <string>
+
+#include "base/logging.h"
+#include "gtest/gtest.h"
+#include "tools/tarn-host/host_config.h"
+
+namespace tarn_host {
+namespace {
+
+const char kValid[] = R"(<?xml version="1.0"?>
+<config>
+  <!-- the runtime's and the host's options -->
+  <option name="av_log_level" value="LOG_ERROR"/>
+  <option name="min_log_level" value="LOG_WARNING"/>
+  <option name="reply_time_limit_ms" value="250"/>
+  <option name="av_log_level" value="LOG_VERBOSE"/>
+  <component library="/opt/tarn/lib/libtarn_av_plugin.so">
+    <link channel="/tmp/a.sock" mode="named_server"/>
+    <link channel="/tmp/b.sock" mode="client"/>
+  </component>
+  <component library="libother.so">
+    <link channel="/tmp/c.sock" mode="server"/>
+  </component>
+  <application name="nimbara.native.cec" endpoint="builtin"/>
+  <application name="other.app" endpoint="unix:/tmp/other &amp; more.sock"/>
+  <control channel="/tmp/control.sock"/>
+</config>
+)";
+
+TEST(HostConfigReaderTest, ReadsEveryElementInOrder) {
+  HostConfig config;
+  std::string error;
+  ASSERT_TRUE(HostConfigReader::Parse(kValid, "host.xml", &config, &error)) << error;
+
+  const std::map<std::string, std::string> options = {{"av_log_level", "LOG_VERBOSE"},
+                                                      {"min_log_level", "LOG_WARNING"},
+                                                      {"reply_time_limit_ms", "250"}};
+  EXPECT_EQ(options, config.options);  // the later av_log_level wins
+  EXPECT_EQ(logging::LOG_WARNING, config.min_log_level);
+  EXPECT_EQ(250, config.reply_time_limit.count());
+
+  ASSERT_EQ(2u, config.components.size());
+  EXPECT_EQ("/opt/tarn/lib/libtarn_av_plugin.so", config.components[0].library);
+  ASSERT_EQ(2u, config.components[0].links.size());
+  EXPECT_EQ("/tmp/a.sock", config.components[0].links[0].channel);
+  EXPECT_EQ(IPC::Channel::MODE_NAMED_SERVER, config.components[0].links[0].mode);
+  EXPECT_EQ(IPC::Channel::MODE_CLIENT, config.components[0].links[1].mode);
+  EXPECT_EQ("libother.so", config.components[1].library);
+  EXPECT_EQ(IPC::Channel::MODE_SERVER, config.components[1].links[0].mode);
+
+  ASSERT_EQ(2u, config.applications.size());
+  EXPECT_EQ("nimbara.native.cec", config.applications[0].name);
+  EXPECT_EQ(ApplicationConfig::kBuiltin, config.applications[0].endpoint);
+  EXPECT_EQ(ApplicationConfig::kUnixSocket, config.applications[1].endpoint);
+  EXPECT_EQ("/tmp/other & more.sock", config.applications[1].socket_path);
+  EXPECT_EQ("/tmp/control.sock", config.control_channel);
+}
+
+TEST(HostConfigReaderTest, ToXmlReadsBackToTheSameConfiguration) {
+  HostConfig config;
+  std::string error;
+  ASSERT_TRUE(HostConfigReader::Parse(kValid, "host.xml", &config, &error)) << error;
+  config.options["quoted"] = "a \"b\" <c> & 'd'";
+  const std::string xml = config.ToXml();
+
+  HostConfig again;
+  ASSERT_TRUE(HostConfigReader::Parse(xml, "again.xml", &again, &error)) << error << "\n" << xml;
+  EXPECT_EQ(xml, again.ToXml());
+  EXPECT_EQ("a \"b\" <c> & 'd'", again.options["quoted"]);
+  EXPECT_EQ(config.reply_time_limit, again.reply_time_limit);
+  EXPECT_EQ(config.min_log_level, again.min_log_level);
+}
+
+TEST(HostConfigReaderTest, OptionalOptionsKeepThePlatformDefaults) {
+  HostConfig config;
+  std::string error;
+  ASSERT_TRUE(HostConfigReader::Parse(
+      "<config><component library='x'><link channel='/l' mode='named_server'/></component>"
+      "<control channel='/c'/></config>",
+      "min.xml", &config, &error))
+      << error;
+  EXPECT_TRUE(config.options.empty());
+  EXPECT_TRUE(config.applications.empty());
+  EXPECT_EQ(logging::LOG_INFO, config.min_log_level);
+  EXPECT_EQ(5000, config.reply_time_limit.count());
+}
+
+// A configuration with one line per element, so that errors name predictable lines.
+std::string Config(const std::string& body) {
+  return "<config>\n" + body + "</config>\n";
+}
+
+const char kComponent[] =
+    "<component library=\"p.so\">\n<link channel=\"/t/l\" mode=\"named_server\"/>\n"
+    "</component>\n";
+const char kControl[] = "<control channel=\"/t/c\"/>\n";
+
+TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
+  const std::string ok_tail = std::string(kComponent) + kControl;  // lines 2 to 5
+  const std::string long_path = "/tmp/" + std::string(103, 'x');   // 108 bytes
+  const struct {
+    std::string text;
+    std::string error;
+  } rows[] = {
+      {"", "f.xml:1: malformed XML: "},
+      {"<config>\n<option name='a' value='b'>\n</config>", "f.xml:2: malformed XML: "},
+      {"<settings/>", "f.xml:1: the root element is <settings>; expected <config>"},
+      {"<config\n version='1'/>", "f.xml:2: unknown attribute \"version\" on <config>"},
+      {Config(""), "f.xml:1: <config> has no <component>"},
+      {Config(kComponent), "f.xml:1: <config> has no <control>"},
+      {Config(ok_tail + "<plugin/>\n"), "f.xml:6: unknown element <plugin> in <config>"},
+      // Options.
+      {Config("<option value='x'/>\n" + ok_tail), "f.xml:2: <option> needs a \"name\" attribute"},
+      {Config("<option name='' value='x'/>\n" + ok_tail),
+       "f.xml:2: the \"name\" attribute of <option> is empty"},
+      {Config("<option name='a'/>\n" + ok_tail), "f.xml:2: <option> needs a \"value\" attribute"},
+      {Config("<option name='a' value='b' kind='c'/>\n" + ok_tail),
+       "f.xml:2: unknown attribute \"kind\" on <option>"},
+      {Config("<option name='a' value='b'><x/></option>\n" + ok_tail),
+       "f.xml:2: unknown element <x> in <option>"},
+      {Config("<option name='min_log_level' value='INFO'/>\n" + ok_tail),
+       "f.xml:2: option \"min_log_level\" must be one of LOG_VERBOSE, LOG_INFO, LOG_WARNING, "
+       "LOG_ERROR, LOG_ERROR_REPORT, LOG_FATAL, not \"INFO\""},
+      {Config("<option name='reply_time_limit_ms' value='3600001'/>\n" + ok_tail),
+       "f.xml:2: option \"reply_time_limit_ms\" must be a whole number of milliseconds from 0 "
+       "to 3600000, not \"3600001\""},
+      {Config("<option name='reply_time_limit_ms' value='-1'/>\n" + ok_tail),
+       "f.xml:2: option \"reply_time_limit_ms\" must be a whole number of milliseconds from 0 "
+       "to 3600000, not \"-1\""},
+      {Config("<option name='reply_time_limit_ms' value=''/>\n" + ok_tail),
+       "f.xml:2: option \"reply_time_limit_ms\" must be a whole number of milliseconds from 0 "
+       "to 3600000, not \"\""},
+      // Components and links.
+      {Config(std::string("<component>\n<link channel='/l' mode='server'/>\n</component>\n") +
+              kControl),
+       "f.xml:2: <component> needs a \"library\" attribute"},
+      {Config("<component library=''>\n</component>\n" + std::string(kControl)),
+       "f.xml:2: the \"library\" attribute of <component> is empty"},
+      {Config("<component library='p' path='q'/>\n" + std::string(kControl)),
+       "f.xml:2: unknown attribute \"path\" on <component>"},
+      {Config("<component library='p'>\n</component>\n" + std::string(kControl)),
+       "f.xml:2: <component> has no <link>"},
+      {Config("<component library='p'>\n<channel/>\n</component>\n" + std::string(kControl)),
+       "f.xml:3: unknown element <channel> in <component>"},
+      {Config("<component library='p'>\n<link mode='server'/>\n</component>\n" +
+              std::string(kControl)),
+       "f.xml:3: <link> needs a \"channel\" attribute"},
+      {Config("<component library='p'>\n<link channel='/l'/>\n</component>\n" +
+              std::string(kControl)),
+       "f.xml:3: <link> needs a \"mode\" attribute"},
+      {Config("<component library='p'>\n<link channel='/l'\n mode='NAMED_SERVER'/>\n"
+              "</component>\n" +
+              std::string(kControl)),
+       "f.xml:4: unknown link mode \"NAMED_SERVER\"; expected server, client, named_server or "
+       "named_client"},
+      {Config("<component library='p'>\n<link channel='" + long_path +
+              "' mode='server'/>\n</component>\n" + kControl),
+       "f.xml:3: the socket path \"" + long_path + "\" is longer than 107 bytes"},
+      // Applications.
+      {Config(ok_tail + "<application endpoint='builtin'/>\n"),
+       "f.xml:6: <application> needs a \"name\" attribute"},
+      {Config(ok_tail + "<application name='nimbara.native.cec'/>\n"),
+       "f.xml:6: <application> needs a \"endpoint\" attribute"},
+      {Config(ok_tail + "<application name='nimbara.native.cec' endpoint='tcp:1'/>\n"),
+       "f.xml:6: unknown endpoint \"tcp:1\"; expected \"builtin\" or \"unix:SOCKET-PATH\""},
+      {Config(ok_tail + "<application name='nimbara.native.cec' endpoint='Builtin'/>\n"),
+       "f.xml:6: unknown endpoint \"Builtin\"; expected \"builtin\" or \"unix:SOCKET-PATH\""},
+      {Config(ok_tail + "<application name='nimbara.native.cec' endpoint='unix:'/>\n"),
+       "f.xml:6: the socket path in the \"endpoint\" attribute of <application> is empty"},
+      {Config(ok_tail + "<application name='my.app' endpoint='builtin'/>\n"),
+       "f.xml:6: no built-in application \"my.app\"; the built-in one is \"nimbara.native.cec\""},
+      {Config(ok_tail + "<application name='a' endpoint='unix:/s1'/>\n"
+                        "<application name='a' endpoint='unix:/s2'/>\n"),
+       "f.xml:7: application \"a\" is already given at line 6"},
+      // The control channel, and socket paths used twice.
+      {Config(kComponent + std::string("<control/>\n")),
+       "f.xml:5: <control> needs a \"channel\" attribute"},
+      {Config(ok_tail + "<control channel='/t/d'/>\n"),
+       "f.xml:6: a second <control>; the first is at line 5"},
+      {Config(kComponent + std::string("<control channel='/t/l'/>\n")),
+       "f.xml:5: the socket path \"/t/l\" is already used at line 3"},
+      {Config(ok_tail + "<application name='a' endpoint='unix:/t/c'/>\n"),
+       "f.xml:6: the socket path \"/t/c\" is already used at line 5"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    HostConfig config;
+    config.control_channel = "untouched";
+    std::string error;
+    EXPECT_FALSE(HostConfigReader::Parse(row.text, "f.xml", &config, &error));
+    // Malformed XML goes on with the XML library's own description.
+    if (row.error.find("malformed XML") != std::string::npos) {
+      EXPECT_EQ(row.error, error.substr(0, row.error.size())) << error;
+      EXPECT_GT(error.size(), row.error.size());
+    } else {
+      EXPECT_EQ(row.error, error);
+    }
+    EXPECT_EQ("untouched", config.control_channel);
+  }
+}
+
+TEST(HostConfigReaderTest, LoadNamesAFileThatCannotBeRead) {
+  HostConfig config;
+  std::string error;
+  EXPECT_FALSE(HostConfigReader::Load("/nonexistent/host.xml", &config, &error));
+  EXPECT_EQ("/nonexistent/host.xml: cannot read: No such file or directory", error);
+}
+
+}  // namespace
+}  // namespace tarn_host
