@@ -18,6 +18,8 @@ function(tarn_platform_library target)
     $<INSTALL_INTERFACE:include/tarn>)
   target_link_libraries(${target} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
   tarn_warnings(${target})
+  install(TARGETS ${target} EXPORT TarnPlatformTargets
+          LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
 # A GoogleTest executable registered with CTest as one test. CTest runs it through

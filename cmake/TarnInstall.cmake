@@ -1,0 +1,44 @@
+# What `cmake --install` puts under the prefix:
+#   bin/                      tarn-host, avctl, tarn-cec-sim
+#   lib/                      the platform libraries and libtarn_av_plugin.so
+#   include/tarn/             the platform's headers, the runtime's component headers and
+#                             the device plugin manager interface
+#   share/tarn/component/     the runtime sources every component compiles into itself
+#   lib/cmake/TarnPlatform/   the CMake package: find_package(TarnPlatform) gives the
+#                             Tarn::* targets and tarn_add_component()
+include(CMakePackageConfigHelpers)
+
+set(TARN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/TarnPlatform)
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarn
+        FILES_MATCHING PATTERN "*.h"
+        PATTERN "test" EXCLUDE)
+install(FILES
+          ${PROJECT_SOURCE_DIR}/runtime/component.h
+          ${PROJECT_SOURCE_DIR}/runtime/module_level_log.h
+          ${PROJECT_SOURCE_DIR}/runtime/reflection_templates.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarn/runtime)
+install(FILES ${PROJECT_SOURCE_DIR}/plugin/device/device_plugin_manager_interface.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarn/plugin/device)
+install(FILES
+          ${PROJECT_SOURCE_DIR}/runtime/component.cc
+          ${PROJECT_SOURCE_DIR}/runtime/module_level_log.cc
+          ${PROJECT_SOURCE_DIR}/plugin/device/device_plugin_manager_interface.cc
+          ${PROJECT_SOURCE_DIR}/cmake/component.map
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn/component)
+
+install(TARGETS tarn_device tarn_component_headers EXPORT TarnPlatformTargets)
+install(TARGETS tarn_av_plugin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+install(EXPORT TarnPlatformTargets NAMESPACE Tarn:: DESTINATION ${TARN_PACKAGE_DIR})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/TarnPlatformConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/TarnPlatformConfig.cmake
+  INSTALL_DESTINATION ${TARN_PACKAGE_DIR}
+  PATH_VARS CMAKE_INSTALL_DATADIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/TarnPlatformConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+          ${PROJECT_BINARY_DIR}/TarnPlatformConfig.cmake
+          ${PROJECT_BINARY_DIR}/TarnPlatformConfigVersion.cmake
+        DESTINATION ${TARN_PACKAGE_DIR})
