@@ -21,6 +21,14 @@ bool ComponentHost::Load(const ComponentConfig& config, std::string* error) {
   if (!library)
     return false;
   runtime::BaseComponent* component = library->component();
+  for (const auto& loaded : loaded_) {
+    // The same library under another name hands out the same component.
+    if (loaded->component() == component) {
+      *error =
+          "component library " + config.library + " is already loaded, as " + loaded->library();
+      return false;
+    }
+  }
   const bool initialised = component->Init(runtime_);
   if (!initialised)
     *error = "component library " + config.library + ": Init failed";

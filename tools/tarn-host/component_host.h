@@ -32,7 +32,7 @@ class ComponentHost {
 
   // Loads the component of |config| and opens its links. On a failure the component is
   // destroyed again if it was initialised, and |*error| names the library and what went
-  // wrong.
+  // wrong. A library that is loaded already (under any name) is refused before Init.
   bool Load(const ComponentConfig& config, std::string* error);
 
   // Destroys every loaded component, the last loaded first. The libraries stay mapped.

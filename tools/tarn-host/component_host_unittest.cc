@@ -43,6 +43,16 @@ TEST(ComponentHostTest, LoadsInOrderAndDestroysInReverse) {
   EXPECT_TRUE(capture.Has(logging::LOG_INFO, "Loaded component \"test_component\" from " +
                                                  std::string(TARN_TEST_COMPONENT_OK)));
   EXPECT_EQ(1u, host.component_count());
+
+  // The same library again, under another name, is the same component: refused untouched.
+  capture.Clear();
+  const std::string again =
+      std::string(TARN_TEST_COMPONENT_OK_DIR) + "/./" + TARN_TEST_COMPONENT_OK_NAME;
+  EXPECT_FALSE(host.Load(Component(again, {"/t/c"}), &error));
+  EXPECT_EQ("component library " + again + " is already loaded, as " + TARN_TEST_COMPONENT_OK,
+            error);
+  EXPECT_TRUE(Calls(capture).empty());
+  EXPECT_EQ(1u, host.component_count());
   capture.Clear();
   host.DestroyAll();
   EXPECT_EQ(std::vector<std::string>{"Destroy"}, Calls(capture));
