@@ -16,7 +16,8 @@ FakeControlHost::FakeControlHost(const std::string& path, const Answers& answers
 }
 
 FakeControlHost::~FakeControlHost() {
-  Close();
+  // The channel goes first: it needs its I/O loop to close.
+  channel_.reset();
   io_thread_.Stop();
 }
 
