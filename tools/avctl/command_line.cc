@@ -200,7 +200,7 @@ class CommandLine {
         "bounds connecting and subscribing, not the wait for events.");
     events->add_option("--id", events_.event_id, "Only events of this id (default: all)")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, INT_MAX));
     events->add_option("--count", events_.count, "Exit after this many events")
         ->type_name("N")
         ->check(CLI::Range(1, INT_MAX));

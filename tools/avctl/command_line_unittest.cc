@@ -48,20 +48,20 @@ TEST(CommandLineTest, UsageErrorsExit2BeforeConnecting) {
     const char* message;
   } kCases[] = {
       {{}, "avctl: a command is required"},
-      {{"bogus"}, "bogus"},
+      {{"bogus"}, "not expected: bogus"},
       {{"invoke"}, "method is required"},
       {{"invoke", "GetPowerState", "device_id"}, "avctl: \"device_id\" is neither"},
       {{"invoke", "GetPowerState", "v:={"}, "avctl: the value of \"v\" is not JSON"},
       {{"invoke", "GetPowerState", "--args", "[]"}, "avctl: --args must be a JSON object"},
       {{"property"}, "device_id is required"},
-      {{"register", "a", "b"}, "3 required"},
-      {{"unregister", "a", "b", "c"}, "c"},
-      {{"rescan", "extra"}, "extra"},
+      {{"register", "a", "b"}, "At least 3 required but received 2"},
+      {{"unregister", "a", "b", "c"}, "At Most 2 required but received 3"},
+      {{"rescan", "extra"}, "not expected: extra"},
       {{"discover"}, "device_id is required"},
-      {{"--timeout", "0", "delete"}, "--timeout"},
-      {{"delete", "--timeout", "soon"}, "--timeout"},
-      {{"events", "--count", "0"}, "--count"},
-      {{"events", "--id", "-2"}, "--id"},
+      {{"--timeout", "0", "delete"}, "--timeout: Value 0 not in range"},
+      {{"delete", "--timeout", "soon"}, "--timeout: Value soon not in range"},
+      {{"events", "--count", "0"}, "--count: Value 0 not in range"},
+      {{"events", "--id", "-2"}, "--id: Value -2 not in range 0 to"},
   };
   for (const auto& test : kCases) {
     const Outcome outcome = RunAvctl(test.words);

@@ -31,11 +31,6 @@ std::vector<int> FakeControlHost::subscriptions() const {
   return subscriptions_;
 }
 
-bool FakeControlHost::WaitForSubscription(std::chrono::milliseconds timeout) {
-  std::unique_lock<std::mutex> hold(lock_);
-  return changed_.wait_for(hold, timeout, [this] { return !subscriptions_.empty(); });
-}
-
 bool FakeControlHost::SendEvent(const Event& event) {
   return channel_ && channel_->Send(new ControlMsg_Event(event.id, event.strings));
 }
@@ -84,7 +79,7 @@ void FakeControlHost::AnswerSubscribe(const IPC::Message& request) {
     return;
   {
     std::lock_guard<std::mutex> hold(lock_);
-    subscriptions_.push_back(params.a);
+    subscriptions_.push_back(params.a);  // before the reply, which ends a refused client
   }
   if (answers_.close_on_subscribe) {
     channel_->Close();
@@ -96,7 +91,6 @@ void FakeControlHost::AnswerSubscribe(const IPC::Message& request) {
     channel_->Send(reply);
     SendEvents(answers_.events_after_reply);
   }
-  changed_.notify_all();
 }
 
 void FakeControlHost::SendEvents(const std::vector<Event>& events) {

@@ -5,8 +5,6 @@
 #ifndef TOOLS_AVCTL_FAKE_CONTROL_HOST_H_
 #define TOOLS_AVCTL_FAKE_CONTROL_HOST_H_
 
-#include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -52,9 +50,6 @@ class FakeControlHost : public IPC::Channel::Listener {
   // The event id of each subscription received.
   std::vector<int> subscriptions() const;
 
-  // Waits until a subscription has been received; false after |timeout|.
-  bool WaitForSubscription(std::chrono::milliseconds timeout);
-
   // Forwards an event to the connected client. False when none is connected.
   bool SendEvent(const Event& event);
 
@@ -75,7 +70,6 @@ class FakeControlHost : public IPC::Channel::Listener {
   bool serving_ = false;
 
   mutable std::mutex lock_;
-  std::condition_variable changed_;
   std::vector<std::vector<std::string>> invocations_;
   std::vector<int> subscriptions_;
 };
