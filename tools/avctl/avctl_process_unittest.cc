@@ -182,12 +182,12 @@ TEST_F(AvctlProcessTest, EventsAreFlushedAsTheyComeAndAStopSignalEndsThemQuietly
     const std::string err_path = TempPath("events-stderr");
     base::test::ChildProcess avctl;
     ASSERT_TRUE(avctl.Start(TARN_AVCTL_PATH,
-                            {"--control", control_path, "--timeout", "1000", "events"}, err_path));
+                            {"--control", control_path, "--timeout", "2000", "events"}, err_path));
     std::string line;
     ASSERT_TRUE(avctl.ReadLine(kTimeout, &line));
     EXPECT_EQ(R"({"id":35,"data":["tv-1","av_plugin"]})", line);
     // Past the time-out the feed still waits, and prints what comes.
-    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(2200));
     ASSERT_TRUE(host.SendEvent({37, {"tv-1", "av_plugin"}}));
     ASSERT_TRUE(avctl.ReadLine(kTimeout, &line));
     EXPECT_EQ(R"({"id":37,"data":["tv-1","av_plugin"]})", line);
