@@ -36,6 +36,13 @@ function(tarn_unittest target)
   set(labels unit ${ARG_LABELS})
   set_tests_properties(${target} PROPERTIES LABELS "${labels}")
   tarn_test_runtime(${target} 300)
+  # One build target per label, so that a run of one label builds only what it needs.
+  foreach(label IN LISTS ARG_LABELS)
+    if(NOT TARGET ${label}_tests_all)
+      add_custom_target(${label}_tests_all)
+    endif()
+    add_dependencies(${label}_tests_all ${target})
+  endforeach()
 endfunction()
 
 # Under an emulator (a cross build) programs run several times slower than natively.

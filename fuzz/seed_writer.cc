@@ -39,18 +39,18 @@ void WriteSeed(const std::string& target, const std::string& name, const std::st
   }
 }
 
-// The request's payload (message id included), and the payload of its reply as |write|
-// fills it.
-template <class Reply>
+// The request's payload (message id included), and the payload of its reply carrying
+// |reply|. Takes ownership of |request|.
+template <class Msg>
 void WriteMessageSeeds(const std::string& op,
                        const std::string& name,
-                       IPC::SyncMessage* request,
-                       const Reply& write) {
-  std::unique_ptr<IPC::SyncMessage> owned(request);
+                       Msg* request,
+                       const typename Msg::ReplyParam& reply) {
+  std::unique_ptr<Msg> owned(request);
   WriteSeed("av_" + op + "_request_fuzzer", name, fuzz::PayloadOf(*request));
-  std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(request));
-  write(reply.get());
-  WriteSeed("av_" + op + "_reply_fuzzer", name, fuzz::PayloadOf(*reply));
+  std::unique_ptr<IPC::Message> reply_msg(IPC::SyncMessage::GenerateReply(request));
+  Msg::Schema::WriteReplyParam(reply_msg.get(), reply);
+  WriteSeed("av_" + op + "_reply_fuzzer", name, fuzz::PayloadOf(*reply_msg));
 }
 
 base::DictionaryValue* EveryKindOfValue() {
@@ -92,58 +92,42 @@ void WriteCatalogueSeeds() {
 
   base::DictionaryValue volume_args;
   volume_args.SetString("device_id", "tv-1");
+  AvMsg_ServiceInvoke::ReplyParam volume;
+  volume.a.SetInteger("speaker_volume", 0);
   WriteMessageSeeds("service_invoke", "get_speaker_volume",
                     new AvMsg_ServiceInvoke("GetSpeakerVolume", volume_args, &results, &code),
-                    [](IPC::Message* reply) {
-                      AvMsg_ServiceInvoke::ReplyParam p;
-                      p.a.SetInteger("speaker_volume", 0);
-                      AvMsg_ServiceInvoke::Schema::WriteReplyParam(reply, p);
-                    });
+                    volume);
   std::unique_ptr<base::DictionaryValue> all(EveryKindOfValue());
+  AvMsg_ServiceInvoke::ReplyParam copy;
+  copy.a.Set("copy", all->DeepCopy());
+  copy.b = 107;
   WriteMessageSeeds("service_invoke", "every_kind",
-                    new AvMsg_ServiceInvoke("SetPowerState", *all, &results, &code),
-                    [&all](IPC::Message* reply) {
-                      AvMsg_ServiceInvoke::ReplyParam p;
-                      p.a.Set("copy", all->DeepCopy());
-                      p.b = 107;
-                      AvMsg_ServiceInvoke::Schema::WriteReplyParam(reply, p);
-                    });
+                    new AvMsg_ServiceInvoke("SetPowerState", *all, &results, &code), copy);
 
+  device::_DeviceInfo record;
+  record.device_id = "tv-1";
+  record.plugin_name = "av_plugin";
+  record.text_03 = record.text_04 = record.text_05 = "AV";
+  record.discovery_datetime = "2024-01-02 03:04:05";
+  record.number_21 = 30;
+  record.rdf_properties = "{\"power\":\"on\"}";
   WriteMessageSeeds("get_device_property", "found",
-                    new AvMsg_GetDeviceProperty("tv-1", &info, &flag), [](IPC::Message* reply) {
-                      device::_DeviceInfo record;
-                      record.device_id = "tv-1";
-                      record.plugin_name = "av_plugin";
-                      record.text_03 = record.text_04 = record.text_05 = "AV";
-                      record.discovery_datetime = "2024-01-02 03:04:05";
-                      record.number_21 = 30;
-                      record.rdf_properties = "{\"power\":\"on\"}";
-                      AvMsg_GetDeviceProperty::Schema::WriteReplyParam(reply,
-                                                                       MakeTuple(record, true));
-                    });
+                    new AvMsg_GetDeviceProperty("tv-1", &info, &flag), MakeTuple(record, true));
   WriteMessageSeeds("get_device_property", "not_found",
-                    new AvMsg_GetDeviceProperty("", &info, &flag), [](IPC::Message* reply) {
-                      AvMsg_GetDeviceProperty::Schema::WriteReplyParam(
-                          reply, MakeTuple(device::_DeviceInfo(), false));
-                    });
+                    new AvMsg_GetDeviceProperty("", &info, &flag),
+                    MakeTuple(device::_DeviceInfo(), false));
 
-  const auto write_bool = [](bool value) {
-    return [value](IPC::Message* reply) {
-      AvMsg_DeleteDeviceRequest::Schema::WriteReplyParam(reply, MakeTuple(value));
-    };
-  };
   WriteMessageSeeds("register_device", "three",
                     new AvMsg_RegisterDeviceRequest("tv-1", "av_plugin", "AV", &flag),
-                    write_bool(true));
+                    MakeTuple(true));
   WriteMessageSeeds("register_device", "empty", new AvMsg_RegisterDeviceRequest("", "", "", &flag),
-                    write_bool(false));
+                    MakeTuple(false));
   WriteMessageSeeds("unregister_device", "two",
-                    new AvMsg_UnregisterDeviceRequest("tv-1", "av_plugin", &flag),
-                    write_bool(true));
+                    new AvMsg_UnregisterDeviceRequest("tv-1", "av_plugin", &flag), MakeTuple(true));
   WriteMessageSeeds("manual_rescan", "plain", new AvMsg_ManualRescanDevices(&flag),
-                    write_bool(true));
+                    MakeTuple(true));
   WriteMessageSeeds("delete_device", "plain", new AvMsg_DeleteDeviceRequest(&flag),
-                    write_bool(false));
+                    MakeTuple(false));
 }
 
 }  // namespace

@@ -153,16 +153,6 @@ TEST(ParamTraitsTest, Logs) {
   EXPECT_EQ("prefix {\"device_id\":\"tv-1\",\"speaker_volume\":0}-7true300m, 3, false", l);
 }
 
-TEST(ParamTraitsTest, DoubleIsDataOfItsEightBytes) {
-  Message msg;
-  WriteParam(&msg, -2.0);
-  EXPECT_EQ(ToHex(HexBytes("08000000 00000000 000000c0")), PayloadBytes(msg));
-  PickleIterator iter(msg);
-  double d = 0;
-  ASSERT_TRUE(ReadParam(&msg, &iter, &d));
-  EXPECT_EQ(-2.0, d);
-}
-
 TEST(ParamDeserializerTest, FillsOutVariablesUntilTheFirstFailure) {
   int number = 0;
   std::string text = "unchanged";

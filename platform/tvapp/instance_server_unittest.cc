@@ -127,7 +127,9 @@ class FakeServer {
   std::thread thread_;
 };
 
-std::string ReplyBytes(wire::FrameKind kind, uint32_t request_id, const char* echo) {
+std::string ReplyBytes(uint32_t request_id,
+                       const char* echo,
+                       wire::FrameKind kind = wire::kReplyFrame) {
   wire::Frame frame;
   frame.kind = kind;
   frame.request_id = request_id;
@@ -137,38 +139,34 @@ std::string ReplyBytes(wire::FrameKind kind, uint32_t request_id, const char* ec
   return bytes;
 }
 
-struct AnswerRow {
-  const char* what;
-  FakeServer::Answer answer;
-  const char* expected_echo;  // null: SendMessage must fail
-};
-
 TEST_F(InstanceServerTest, ClientTakesOnlyTheWellFormedReplyToItsOwnRequest) {
-  const AnswerRow rows[] = {
-      {"reply to another request first",
-       [](uint32_t id) {
-         return ReplyBytes(wire::kReplyFrame, id + 1, "other") +
-                ReplyBytes(wire::kReplyFrame, id, "mine");
-       },
-       "mine"},
-      {"reply only to another request",
-       [](uint32_t id) { return ReplyBytes(wire::kReplyFrame, id - 1, "other"); }, nullptr},
-      {"a request instead of a reply",
-       [](uint32_t id) { return ReplyBytes(wire::kRequestFrame, id, "mine"); }, nullptr},
-      {"garbage", [](uint32_t) { return std::string("\x05\x00\x00\x00\x09garbage", 12); }, nullptr},
-      {"half a reply, then the end",
-       [](uint32_t id) { return ReplyBytes(wire::kReplyFrame, id, "mine").substr(0, 9); }, nullptr},
-      {"nothing, then the end", [](uint32_t) { return std::string(); }, nullptr},
+  // What the server answers to the request |id|, and the echo the client takes from it
+  // (null: SendMessage must fail).
+  const struct {
+    FakeServer::Answer answer;
+    const char* expected_echo;
+  } rows[] = {
+      // A reply to another request first, then its own.
+      {[](uint32_t id) { return ReplyBytes(id + 1, "other") + ReplyBytes(id, "mine"); }, "mine"},
+      // Only a reply to another request.
+      {[](uint32_t id) { return ReplyBytes(id - 1, "other"); }, nullptr},
+      // A request instead of a reply.
+      {[](uint32_t id) { return ReplyBytes(id, "mine", wire::kRequestFrame); }, nullptr},
+      {[](uint32_t) { return std::string("\x05\x00\x00\x00\x09garbage", 12); }, nullptr},
+      // Half a reply, then the end.
+      {[](uint32_t id) { return ReplyBytes(id, "mine").substr(0, 9); }, nullptr},
+      // Nothing, then the end.
+      {[](uint32_t) { return std::string(); }, nullptr},
   };
-  for (const AnswerRow& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    SCOPED_TRACE(i);
     CMessage reply;
     {
-      FakeServer server(socket_path_, row.answer);
+      FakeServer server(socket_path_, rows[i].answer);
       const int sent = SendToRemote(EchoApplication::Request("question"), &reply);
-      EXPECT_EQ(row.expected_echo != nullptr, sent != 0);
-      if (row.expected_echo)
-        EXPECT_EQ(row.expected_echo, Echo(reply));
+      EXPECT_EQ(rows[i].expected_echo != nullptr, sent != 0);
+      if (rows[i].expected_echo)
+        EXPECT_EQ(rows[i].expected_echo, Echo(reply));
       else
         EXPECT_EQ(0, reply.NumOfQuery());
     }
@@ -187,7 +185,7 @@ TEST_F(InstanceServerTest, ServerDropsMalformedConnectionsAndServesOthers) {
   const std::string bad_requests[] = {
       std::string("\xff\xff\xff\xff", 4),      // size far over the limit
       std::string("\x01\x00\x00\x00\x07", 5),  // unknown frame kind
-      ReplyBytes(wire::kReplyFrame, 1, "not a request"),
+      ReplyBytes(1, "not a request"),
   };
   for (const std::string& bytes : bad_requests) {
     int fd = internal::ConnectUnixSocket(socket_path_);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -13,69 +14,60 @@
 namespace base {
 namespace {
 
-// Both ends of a non-blocking pipe, closed on destruction.
-class Pipe {
+// A non-blocking pipe and a watcher that records what it is told about one of its ends;
+// an optional hook runs inside the read callback.
+class WatchedPipe : public MessageLoop::Watcher {
  public:
-  Pipe() {
-    int fds[2];
-    EXPECT_EQ(0, pipe2(fds, O_NONBLOCK | O_CLOEXEC));
-    read_fd_ = fds[0];
-    write_fd_ = fds[1];
+  WatchedPipe() { EXPECT_EQ(0, pipe2(fds_, O_NONBLOCK | O_CLOEXEC)); }
+  ~WatchedPipe() override {
+    close(fds_[0]);
+    close(fds_[1]);
   }
-  ~Pipe() {
-    close(read_fd_);
-    close(write_fd_);
+
+  // Watches the read end, or with |write_end| the write end, for |mode|.
+  bool Watch(MessageLoop* loop, bool persistent, MessageLoop::Mode mode, bool write_end = false) {
+    return loop->WatchFileDescriptor(fds_[write_end ? 1 : 0], persistent, mode, controller.get(),
+                                     this);
   }
-  int read_fd() const { return read_fd_; }
-  int write_fd() const { return write_fd_; }
-  void WriteByte(char c) { ASSERT_EQ(1, write(write_fd_, &c, 1)); }
+  void WriteByte(char c) { ASSERT_EQ(1, write(fds_[1], &c, 1)); }
 
- private:
-  int read_fd_;
-  int write_fd_;
-};
-
-// Records what it was told; an optional hook runs inside the read callback.
-class RecordingWatcher : public MessageLoop::Watcher {
- public:
   void OnFileCanReadWithoutBlocking(int fd) override {
     char buffer[64];
     const ssize_t n = read(fd, buffer, sizeof(buffer));
     if (n > 0)
-      data_.append(buffer, static_cast<size_t>(n));
-    ++reads_;
-    if (on_read_)
-      on_read_();
+      data.append(buffer, static_cast<size_t>(n));
+    ++reads;
+    if (on_read)
+      on_read();
   }
-  void OnFileCanWriteWithoutBlocking(int fd) override { ++writes_; }
+  void OnFileCanWriteWithoutBlocking(int fd) override { ++writes; }
 
-  std::string data_;
-  int reads_ = 0;
-  int writes_ = 0;
-  std::function<void()> on_read_;
+  std::unique_ptr<MessageLoop::FileDescriptorWatcher> controller =
+      std::make_unique<MessageLoop::FileDescriptorWatcher>();
+  std::string data;
+  int reads = 0;
+  int writes = 0;
+  std::function<void()> on_read;
+
+ private:
+  int fds_[2];
 };
 
 TEST(MessageLoopTest, TasksRunInPostingOrderAndDelayedOnesByDueTime) {
   MessageLoop loop;
   std::string order;
+  auto append = [&order](char c) { return [&order, c] { order += c; }; };
   using std::chrono::milliseconds;
   loop.PostDelayedTask(
-      FROM_HERE,
-      [&] {
-        order += 'D';
-        loop.Quit();
-      },
-      milliseconds(40));
-  loop.PostDelayedTask(
-      FROM_HERE, [&] { order += 'B'; }, milliseconds(10));
+      FROM_HERE, [&] { order += 'D', loop.Quit(); }, milliseconds(40));
+  loop.PostDelayedTask(FROM_HERE, append('B'), milliseconds(10));
   loop.PostTask(FROM_HERE, [&] {
     order += 'a';
     // Posted from a running task: runs after everything already queued.
-    loop.PostTask(FROM_HERE, [&] { order += 'c'; });
+    loop.PostTask(FROM_HERE, append('c'));
   });
-  loop.PostDelayedTask(
-      FROM_HERE, [&] { order += 'C'; }, milliseconds(10));
-  loop.PostTask(FROM_HERE, [&] { order += 'b'; });
+  loop.PostDelayedTask(FROM_HERE, append('C'), milliseconds(10));
+  loop.PostTask(FROM_HERE, append('b'));
   loop.Run();
   EXPECT_EQ("abcBCD", order);
 }
@@ -90,10 +82,7 @@ TEST(MessageLoopTest, QuitFromAnotherThreadWakesASleepingLoop) {
   quitter.join();
   // The request was consumed: the loop can run again.
   bool ran = false;
-  loop.PostTask(FROM_HERE, [&] {
-    ran = true;
-    loop.Quit();
-  });
+  loop.PostTask(FROM_HERE, [&] { ran = true, loop.Quit(); });
   loop.Run();
   EXPECT_TRUE(ran);
 }
@@ -127,13 +116,10 @@ TEST(MessageLoopTest, TasksPostedFromSeveralThreadsKeepEachPostersOrder) {
 
 TEST(MessageLoopTest, PersistentReadWatchSeesEveryWrite) {
   MessageLoop loop;
-  Pipe pipe;
-  RecordingWatcher watcher;
-  MessageLoop::FileDescriptorWatcher controller;
-  ASSERT_TRUE(loop.WatchFileDescriptor(pipe.read_fd(), true, MessageLoop::WATCH_READ, &controller,
-                                       &watcher));
-  watcher.on_read_ = [&] {
-    if (watcher.data_.size() == 3)
+  WatchedPipe pipe;
+  ASSERT_TRUE(pipe.Watch(&loop, true, MessageLoop::WATCH_READ));
+  pipe.on_read = [&] {
+    if (pipe.data.size() == 3)
       loop.Quit();
   };
   std::thread writer([&pipe] {
@@ -144,58 +130,46 @@ TEST(MessageLoopTest, PersistentReadWatchSeesEveryWrite) {
   });
   loop.Run();
   writer.join();
-  EXPECT_EQ("xyz", watcher.data_);
-  EXPECT_TRUE(controller.is_watching());
-  EXPECT_EQ(0, watcher.writes_);
+  EXPECT_EQ("xyz", pipe.data);
+  EXPECT_TRUE(pipe.controller->is_watching());
+  EXPECT_EQ(0, pipe.writes);
 }
 
 TEST(MessageLoopTest, OneShotWatchEndsBeforeItsCallback) {
   MessageLoop loop;
-  Pipe pipe;
-  RecordingWatcher watcher;
-  MessageLoop::FileDescriptorWatcher controller;
-  ASSERT_TRUE(loop.WatchFileDescriptor(pipe.write_fd(), false, MessageLoop::WATCH_READ_WRITE,
-                                       &controller, &watcher));
+  WatchedPipe pipe;
+  ASSERT_TRUE(pipe.Watch(&loop, false, MessageLoop::WATCH_READ_WRITE, true));
   loop.RunUntilIdle();
-  EXPECT_EQ(1, watcher.writes_);
-  EXPECT_EQ(0, watcher.reads_);
-  EXPECT_FALSE(controller.is_watching());
+  EXPECT_EQ(1, pipe.writes);
+  EXPECT_EQ(0, pipe.reads);
+  EXPECT_FALSE(pipe.controller->is_watching());
   loop.RunUntilIdle();
-  EXPECT_EQ(1, watcher.writes_);
+  EXPECT_EQ(1, pipe.writes);
 }
 
 TEST(MessageLoopTest, WatchStoppedByAnEarlierCallbackIsNotCalled) {
   MessageLoop loop;
-  Pipe first_pipe;
-  Pipe second_pipe;
-  RecordingWatcher first;
-  RecordingWatcher second;
-  MessageLoop::FileDescriptorWatcher first_controller;
-  auto second_controller = std::make_unique<MessageLoop::FileDescriptorWatcher>();
-  ASSERT_TRUE(loop.WatchFileDescriptor(first_pipe.read_fd(), true, MessageLoop::WATCH_READ,
-                                       &first_controller, &first));
-  ASSERT_TRUE(loop.WatchFileDescriptor(second_pipe.read_fd(), true, MessageLoop::WATCH_READ,
-                                       second_controller.get(), &second));
+  WatchedPipe first;
+  WatchedPipe second;
+  ASSERT_TRUE(first.Watch(&loop, true, MessageLoop::WATCH_READ));
+  ASSERT_TRUE(second.Watch(&loop, true, MessageLoop::WATCH_READ));
   // Both are ready in the same poll; the first callback destroys the second's controller.
-  first_pipe.WriteByte('1');
-  second_pipe.WriteByte('2');
-  first.on_read_ = [&] { second_controller.reset(); };
+  first.WriteByte('1');
+  second.WriteByte('2');
+  first.on_read = [&] { second.controller.reset(); };
   loop.RunUntilIdle();
-  EXPECT_EQ("1", first.data_);
-  EXPECT_EQ(0, second.reads_);
+  EXPECT_EQ("1", first.data);
+  EXPECT_EQ(0, second.reads);
 }
 
 TEST(MessageLoopTest, ControllerMayOutliveItsLoop) {
-  Pipe pipe;
-  RecordingWatcher watcher;
-  MessageLoop::FileDescriptorWatcher controller;
+  WatchedPipe pipe;
   {
     MessageLoop loop;
-    ASSERT_TRUE(loop.WatchFileDescriptor(pipe.read_fd(), true, MessageLoop::WATCH_READ, &controller,
-                                         &watcher));
+    ASSERT_TRUE(pipe.Watch(&loop, true, MessageLoop::WATCH_READ));
   }
-  EXPECT_FALSE(controller.is_watching());
-  EXPECT_TRUE(controller.StopWatchingFileDescriptor());
+  EXPECT_FALSE(pipe.controller->is_watching());
+  EXPECT_TRUE(pipe.controller->StopWatchingFileDescriptor());
 }
 
 class AppendingObserver : public MessageLoop::DestructionObserver {

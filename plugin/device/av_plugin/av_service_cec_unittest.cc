@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/json/json_writer.h"
 #include "base/test/log_capture.h"
 #include "base/values.h"
 #include "gtest/gtest.h"
@@ -59,6 +60,12 @@ std::unique_ptr<base::DictionaryValue> Args(const char* key = nullptr, const cha
   return args;
 }
 
+std::string Json(const base::DictionaryValue& value) {
+  std::string json;
+  base::JSONWriter::Write(&value, &json);
+  return json;
+}
+
 // The power-status request, with the reply value |reply_key| read as |reply_type|.
 bool AskPowerStatus(const char* reply_type,
                     void* reply_value,
@@ -68,6 +75,19 @@ bool AskPowerStatus(const char* reply_type,
   return AvService::GetInstance()->m_SendMessageToHdmiCec(
       kGetStatus, "powerstatus", "long", &zero, check_return, reply_key, reply_type, reply_value);
 }
+
+// A service method that takes one word, and the CEC request it turns that word into.
+struct Setter {
+  const char* method;
+  Method call;
+  const char* key;
+  const char* cec_message;
+  const char* cec_key;
+};
+const Setter kPower = {"SetPowerState", &AvService::SetPowerState, "power_state",
+                       "set_cec_receiver_on_off", "onoff"};
+const Setter kSound = {"SetSoundMode", &AvService::SetSoundMode, "sound_mode",
+                       "set_smart_home_sound_mode", "sound mode"};
 
 class AvServiceCecTest : public testing::Test {
  protected:
@@ -139,95 +159,48 @@ TEST_F(AvServiceCecTest, BridgeSendsTheArgumentAsTheNamedTypeOrNothingAtAll) {
 
 TEST_F(AvServiceCecTest, BridgeFollowsTheReplyRules) {
   const Line sent = Error(std::string("[AV] >>> SendMessage : ") + kGetStatus);
-  const Line returned_true = Error("[AV] >>> return : true");
+  const Line ok = Error("[AV] >>> return : true");
+  const Line unread = Info("[[AV] >>> reply.Query() is false");
+  const Line no_reply = Error("[AV] >>> SendMessage() is false!");
+  const Line empty = Error("[AV] >>> reply.NumOfQuery() is smaller than 0!");
+  const Line no_return = Error("[[AV] >>> reply.Query() is false");
+  const Line bad_type = Error("Unknown strReplyAnswerType!!");
+  const char* kKey = "power status";
+  // Each row: the fault, whether "return" is checked, the reply value's type and key, the
+  // outcome, the reply variable after the call (it starts at -5) and the lines written.
   const struct {
-    const char* what;
     Fault fault;
-    bool check_return;
-    const char* reply_type;
-    const char* reply_key;
+    bool check;
+    const char* type;
+    const char* key;
     bool expected;
-    long status_after;  // the reply variable starts at -5
+    long status;
     std::vector<Line> lines;
   } rows[] = {
-      {"success", Fault::kNone, true, "long", "power status", true, 7, {sent, returned_true}},
-      {"no reply in time",
-       Fault::kNoReply,
-       true,
-       "long",
-       "power status",
-       false,
-       -5,
-       {sent, Error("[AV] >>> SendMessage() is false!")}},
-      {"empty reply, nothing asked of it",
-       Fault::kEmptyReply,
-       false,
-       "",
-       "",
-       false,
-       -5,
-       {sent, Error("[AV] >>> reply.NumOfQuery() is smaller than 0!")}},
-      {"\"return\" not a bool",
-       Fault::kReturnNotBool,
-       true,
-       "long",
-       "power status",
-       false,
-       -5,
-       {sent, Error("[[AV] >>> reply.Query() is false")}},
-      {"\"return\" false, value still read",
-       Fault::kReturnFalse,
-       true,
-       "long",
-       "power status",
-       false,
-       7,
-       {sent, Error("[AV] >>> return : false")}},
-      {"\"return\" false, not checked",
-       Fault::kReturnFalse,
-       false,
-       "long",
-       "power status",
-       true,
-       7,
-       {sent}},
-      {"reply type not accepted",
-       Fault::kNone,
-       true,
-       "const char*",
-       "power status",
-       false,
-       -5,
-       {sent, returned_true, Error("Unknown strReplyAnswerType!!")}},
-      {"reply value missing",
-       Fault::kNone,
-       true,
-       "long",
-       "powerstatus",
-       false,
-       -5,
-       {sent, returned_true, Info("[[AV] >>> reply.Query() is false")}},
-      {"reply value of another type",
-       Fault::kNone,
-       true,
-       "bool",
-       "power status",
-       false,
-       -5,
-       {sent, returned_true, Info("[[AV] >>> reply.Query() is false")}},
+      {Fault::kNone, true, "long", kKey, true, 7, {sent, ok}},
+      {Fault::kNoReply, true, "long", kKey, false, -5, {sent, no_reply}},
+      // An empty reply fails even when nothing is asked of it.
+      {Fault::kEmptyReply, false, "", "", false, -5, {sent, empty}},
+      {Fault::kReturnNotBool, true, "long", kKey, false, -5, {sent, no_return}},
+      // A false "return" fails the call when checked, but the value is still read.
+      {Fault::kReturnFalse, true, "long", kKey, false, 7, {sent, Error("[AV] >>> return : false")}},
+      {Fault::kReturnFalse, false, "long", kKey, true, 7, {sent}},
+      // A reply type that is not accepted, a missing value, a value of another type.
+      {Fault::kNone, true, "const char*", kKey, false, -5, {sent, ok, bad_type}},
+      {Fault::kNone, true, "long", "powerstatus", false, -5, {sent, ok, unread}},
+      {Fault::kNone, true, "bool", kKey, false, -5, {sent, ok, unread}},
   };
   CQueryHandle::GetApplication()->SetReplyTimeLimit(std::chrono::milliseconds(100));
   receiver_.SetPowerStatusOverride(7);
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    receiver_.SetFault(row.fault);
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    SCOPED_TRACE(i);
+    receiver_.SetFault(rows[i].fault);
     // A "bool" reply is read into the first byte of |status|; it must stay untouched.
     long status = -5;
     logging::ScopedLogCapture capture;
-    EXPECT_EQ(row.expected,
-              AskPowerStatus(row.reply_type, &status, row.check_return, row.reply_key));
-    EXPECT_EQ(row.status_after, status);
-    EXPECT_EQ(row.lines, LinesOf(capture, "m_SendMessageToHdmiCec"));
+    EXPECT_EQ(rows[i].expected, AskPowerStatus(rows[i].type, &status, rows[i].check, rows[i].key));
+    EXPECT_EQ(rows[i].status, status);
+    EXPECT_EQ(rows[i].lines, LinesOf(capture, "m_SendMessageToHdmiCec"));
     ExpectOneRequest(kGetStatus, "powerstatus", CMessage::Value(0L));
   }
 }
@@ -271,82 +244,58 @@ TEST_F(AvServiceCecTest, BridgeReadsEveryReplyTypeAndNeedsAReturnWhenChecking) {
             LinesOf(capture, "m_SendMessageToHdmiCec").back());
 }
 
-// Calls |method| with |key| = |word|, expects success and the standard log lines, and
-// returns the value of the one request that went out.
-CMessage::Value SetAndRecord(Method method,
-                             const char* name,
-                             const char* key,
-                             const char* word,
-                             ReceiverSimulator* receiver) {
-  base::DictionaryValue result;
-  logging::ScopedLogCapture capture;
-  EXPECT_EQ(kAvResultSuccess, (AvService::GetInstance()->*method)(*Args(key, word), &result));
-  EXPECT_TRUE(result.empty());
-  const std::vector<Line> lines = {Info(std::string("AvService::") + name), Info("device_id = tv"),
-                                   Info(std::string(key) + " = " + word)};
-  EXPECT_EQ(lines, LinesOf(capture, name));
-  const std::vector<ReceiverSimulator::Request> requests = receiver->requests();
-  receiver->ClearRequests();
-  if (requests.size() != 1 || requests[0].message.NumOfQuery() != 1)
-    return CMessage::Value();
-  return requests[0].message.entries()[0].value;
-}
-
 TEST_F(AvServiceCecTest, SettersSendTheMappedValue) {
-  EXPECT_EQ(CMessage::Value(true), SetAndRecord(&AvService::SetPowerState, "SetPowerState",
-                                                "power_state", "on", &receiver_));
-  EXPECT_TRUE(receiver_.power_on());
-  receiver_.SetPowerOn(true);
-  EXPECT_EQ(CMessage::Value(false), SetAndRecord(&AvService::SetPowerState, "SetPowerState",
-                                                 "power_state", "off", &receiver_));
-  EXPECT_FALSE(receiver_.power_on());
-  const char* modes[] = {"Standard", "Music", "Movie", "ClearVoice", "Amplify"};
-  for (long number : {1, 4, 0, 3, 2}) {
-    EXPECT_EQ(CMessage::Value(number), SetAndRecord(&AvService::SetSoundMode, "SetSoundMode",
-                                                    "sound_mode", modes[number], &receiver_))
-        << modes[number];
-    EXPECT_EQ(number, receiver_.sound_mode());
+  const struct {
+    const Setter& setter;
+    const char* word;
+    CMessage::Value sent;
+  } rows[] = {
+      {kPower, "on", CMessage::Value(true)},     {kPower, "off", CMessage::Value(false)},
+      {kSound, "Standard", CMessage::Value(0L)}, {kSound, "Music", CMessage::Value(1L)},
+      {kSound, "Movie", CMessage::Value(2L)},    {kSound, "ClearVoice", CMessage::Value(3L)},
+      {kSound, "Amplify", CMessage::Value(4L)},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.word);
+    const Setter& s = row.setter;
+    base::DictionaryValue result;
+    logging::ScopedLogCapture capture;
+    EXPECT_EQ(kAvResultSuccess, (service()->*s.call)(*Args(s.key, row.word), &result));
+    EXPECT_TRUE(result.empty());
+    const std::vector<Line> lines = {Info(std::string("AvService::") + s.method),
+                                     Info("device_id = tv"),
+                                     Info(std::string(s.key) + " = " + row.word)};
+    EXPECT_EQ(lines, LinesOf(capture, s.method));
+    ExpectOneRequest(s.cec_message, s.cec_key, row.sent);
   }
-  // The messages themselves, once each.
-  service()->SetPowerState(*Args("power_state", "on"), nullptr);
-  ExpectOneRequest("set_cec_receiver_on_off", "onoff", CMessage::Value(true));
-  service()->SetSoundMode(*Args("sound_mode", "Music"), nullptr);
-  ExpectOneRequest("set_smart_home_sound_mode", "sound mode", CMessage::Value(1L));
 }
 
 TEST_F(AvServiceCecTest, OtherWordsAndMissingArgumentsSendNothing) {
   const struct {
-    const char* method;
-    Method call;
-    const char* key;
+    const Setter& setter;
     std::vector<const char*> words;
   } rows[] = {
-      {"SetPowerState",
-       &AvService::SetPowerState,
-       "power_state",
-       {"On", "ON", "Off", "1", "true", " on", "on ", ""}},
-      {"SetSoundMode",
-       &AvService::SetSoundMode,
-       "sound_mode",
-       {"standard", "MUSIC", "Clear Voice", "clearvoice", " Movie", "Amplify ", "0", ""}},
+      {kPower, {"On", "ON", "Off", "1", "true", " on", "on ", ""}},
+      {kSound, {"standard", "MUSIC", "Clear Voice", "clearvoice", " Movie", "Amplify ", "0", ""}},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.method);
+    const Setter& s = row.setter;
+    SCOPED_TRACE(s.method);
     for (const char* word : row.words) {
       base::DictionaryValue result;
       logging::ScopedLogCapture capture;
-      EXPECT_EQ(kAvResultValueNotFound, (service()->*row.call)(*Args(row.key, word), &result));
-      EXPECT_EQ(Error(std::string("[AV] >>> '") + row.key + "' is not found!"),
-                LinesOf(capture, row.method).back());
+      EXPECT_EQ(kAvResultValueNotFound, (service()->*s.call)(*Args(s.key, word), &result));
+      EXPECT_EQ(Error(std::string("[AV] >>> '") + s.key + "' is not found!"),
+                LinesOf(capture, s.method).back());
     }
     // A missing device_id is refused before the (valid) value is looked at.
     base::DictionaryValue args;
-    args.SetString(row.key, row.words[0]);
+    args.SetString(s.key, row.words[0]);
     base::DictionaryValue result;
-    EXPECT_EQ(kAvResultInvalidParameter, (service()->*row.call)(args, &result));
-    EXPECT_EQ(kAvResultInvalidParameter, (service()->*row.call)(*Args(), &result));
+    EXPECT_EQ(kAvResultInvalidParameter, (service()->*s.call)(args, &result));
+    EXPECT_EQ(kAvResultInvalidParameter, (service()->*s.call)(*Args(), &result));
     args.SetInteger("device_id", 1);
-    EXPECT_EQ(kAvResultInvalidParameter, (service()->*row.call)(args, &result));
+    EXPECT_EQ(kAvResultInvalidParameter, (service()->*s.call)(args, &result));
     EXPECT_TRUE(result.empty());
   }
   base::DictionaryValue result;
@@ -356,9 +305,10 @@ TEST_F(AvServiceCecTest, OtherWordsAndMissingArgumentsSendNothing) {
 }
 
 TEST_F(AvServiceCecTest, GetPowerStateMapsZeroToOffAndAnythingElseToOn) {
+  // The receiver's power, the status it is made to answer (if any), the state expected.
   const struct {
     bool receiver_on;
-    bool choose_status;
+    bool override_status;
     long status;
     const char* expected;
   } rows[] = {{false, false, 0, "off"},
@@ -367,46 +317,38 @@ TEST_F(AvServiceCecTest, GetPowerStateMapsZeroToOffAndAnythingElseToOn) {
               {false, true, 2, "on"},
               {false, true, -1, "on"}};
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.expected);
+    SCOPED_TRACE(row.status);
     receiver_.SetPowerOn(row.receiver_on);
-    if (row.choose_status)
+    if (row.override_status)
       receiver_.SetPowerStatusOverride(row.status);
     base::DictionaryValue result;
     result.SetString("power_state", "stale");
     EXPECT_EQ(kAvResultSuccess, service()->GetPowerState(*Args(), &result));
-    std::string state;
-    EXPECT_TRUE(result.GetString("power_state", &state));
-    EXPECT_EQ(row.expected, state);
+    EXPECT_EQ(std::string("{\"power_state\":\"") + row.expected + "\"}", Json(result));
     ExpectOneRequest(kGetStatus, "powerstatus", CMessage::Value(0L));
   }
 }
 
 TEST_F(AvServiceCecTest, RefusedExchangesGiveCecFailureAndNoResult) {
+  const Setter kGetPower = {"GetPowerState", &AvService::GetPowerState, nullptr, nullptr, nullptr};
   const struct {
-    const char* method;
-    Method call;
-    const char* key;
-    const char* value;
-  } rows[] = {
-      {"SetPowerState", &AvService::SetPowerState, "power_state", "on"},
-      {"GetPowerState", &AvService::GetPowerState, nullptr, nullptr},
-      {"SetSoundMode", &AvService::SetSoundMode, "sound_mode", "Movie"},
-  };
+    const Setter& setter;
+    const char* word;
+  } rows[] = {{kPower, "on"}, {kGetPower, nullptr}, {kSound, "Movie"}};
   receiver_.SetFault(Fault::kReturnFalse);
   receiver_.SetPowerStatusOverride(1);
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.method);
+    const Setter& s = row.setter;
+    SCOPED_TRACE(s.method);
     base::DictionaryValue result;
     logging::ScopedLogCapture capture;
-    EXPECT_EQ(kAvResultCecFailure, (service()->*row.call)(*Args(row.key, row.value), &result));
+    EXPECT_EQ(kAvResultCecFailure, (service()->*s.call)(*Args(s.key, row.word), &result));
     EXPECT_TRUE(result.empty());
     EXPECT_EQ(1u, receiver_.requests().size());
     receiver_.ClearRequests();
     EXPECT_EQ(Error("[AV] >>> m_SendMessageToHdmiCec() is false!"),
-              LinesOf(capture, row.method).back());
+              LinesOf(capture, s.method).back());
   }
-  EXPECT_FALSE(receiver_.power_on());
-  EXPECT_EQ(0, receiver_.sound_mode());
 }
 
 TEST_F(AvServiceCecTest, SoundModeQueryAndResourcesAnswerWithoutTheReceiver) {
@@ -414,22 +356,9 @@ TEST_F(AvServiceCecTest, SoundModeQueryAndResourcesAnswerWithoutTheReceiver) {
   result.SetInteger("resources", 5);
   EXPECT_EQ(kAvResultSuccess, service()->GetSoundMode(*Args("sound_mode", "Movie"), &result));
   EXPECT_EQ(kAvResultSuccess, service()->GetDeviceResources(*Args(), &result));
-  std::string mode;
-  EXPECT_TRUE(result.GetString("sound_mode", &mode));
-  EXPECT_EQ("not_supported", mode);
-  const base::ListValue* resources = nullptr;
-  ASSERT_TRUE(result.GetList("resources", &resources));
-  std::vector<std::string> names;
-  for (const auto& value : *resources) {
-    std::string name;
-    EXPECT_TRUE(value->GetAsString(&name));
-    names.push_back(name);
-  }
-  EXPECT_EQ((std::vector<std::string>{"Information", "Audio", "Operation"}), names);
-  EXPECT_EQ(2u, result.size());
-  EXPECT_STREQ("Operation", kResourceOperation);
-  EXPECT_STREQ("Audio", kResourceAudio);
-  EXPECT_STREQ("Information", kResourceInformation);
+  EXPECT_EQ(
+      "{\"resources\":[\"Information\",\"Audio\",\"Operation\"],\"sound_mode\":\"not_supported\"}",
+      Json(result));
   EXPECT_TRUE(receiver_.requests().empty());
 }
 

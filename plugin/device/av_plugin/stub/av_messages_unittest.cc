@@ -16,7 +16,7 @@ namespace {
 using IPC::test::HexBytes;
 using IPC::test::ToHex;
 
-const char kRequestFlags[] = "26000000";  // SYNC | UNBLOCK | PRIORITY_NORMAL
+const char kRequestFlags[] = "26000000 0000 0000";  // SYNC | UNBLOCK | PRIORITY_NORMAL
 const char kReplyHeader[] = "ffffff7f f0ffffff 0a000000 0000 0000";  // after payload_size
 
 // The whole message as hex: |header| (20 bytes), the message id, then |params|.
@@ -54,6 +54,11 @@ const char kSampleRecordWire[] =
     "1e000000"                                               // number_21 as UInt16 30, then padding
     "02000000 7b7d";                                         // rdf_properties "{}"
 
+// How the sample record renders in a log line.
+const char kSampleRecordLog[] =
+    "device::DeviceInfo: {\n\t tv-1\n\t av_plugin\n\t AV\n\t AV\n\t AV\n\t \n\t \n\t "
+    "2024-01-02 03:04:05\n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t 30\n\t {}}";
+
 // Out-variables that the requests bind.
 struct OutVars {
   base::DictionaryValue results;
@@ -62,220 +67,119 @@ struct OutVars {
   bool flag = false;
 };
 
+typedef void (*LogFunction)(std::string*, const IPC::Message*, std::string*);
+
 struct GoldenCase {
   const char* name;
   std::function<IPC::SyncMessage*(OutVars*)> request;
   std::string request_header;  // payload_size, routing, type
   std::string request_params;
+  std::string request_log;
   std::function<void(IPC::Message*)> write_reply;  // as the plugin's stub writes it
   std::string reply_payload_size;
   std::string reply_params;
+  std::string reply_log;
   std::function<void(const OutVars&)> check_out_vars;
+  // Filled by Case<Msg>().
+  LogFunction log = nullptr;
+  std::function<bool(const IPC::Message&)> decode_request = nullptr;
 };
+
+template <class Msg>
+GoldenCase Case(GoldenCase c) {
+  c.log = &Msg::Log;
+  c.decode_request = [](const IPC::Message& m) {
+    typename Msg::SendParam p;
+    return Msg::ReadSendParam(&m, &p);
+  };
+  return c;
+}
+
+// A reply writer for the messages whose reply is one bool.
+template <class Msg>
+std::function<void(IPC::Message*)> BoolReply(bool value) {
+  return [value](IPC::Message* m) { Msg::Schema::WriteReplyParam(m, MakeTuple(value)); };
+}
 
 std::vector<GoldenCase> GoldenCases() {
   return {
-      {"AvMsg_ServiceInvoke",
-       [](OutVars* out) {
-         base::DictionaryValue args;
-         args.SetString("device_id", "tv-1");
-         return new AvMsg_ServiceInvoke("GetSpeakerVolume", args, &out->results, &out->code);
-       },
-       "3c000000 ffffff7f 24007fd4",
-       "10000000 47657453 7065616b 6572566f 6c756d65"  // "GetSpeakerVolume"
-       "06000000 01000000"                             // dictionary of 1
-       "09000000 64657669 63655f69 64000000"           // "device_id"
-       "04000000 04000000 74762d31",                   // string "tv-1"
-       [](IPC::Message* reply) {
-         AvMsg_ServiceInvoke::ReplyParam p;
-         p.a.SetInteger("speaker_volume", 0);
-         p.b = 0;
-         AvMsg_ServiceInvoke::Schema::WriteReplyParam(reply, p);
-       },
-       "2c000000",
-       "06000000 01000000 0e000000 73706561 6b65725f 766f6c75 6d650000"  // "speaker_volume"
-       "02000000 00000000"                                               // integer 0
-       "00000000",                                                       // code 0
-       [](const OutVars& out) {
-         int volume = -1;
-         EXPECT_TRUE(out.results.GetInteger("speaker_volume", &volume));
-         EXPECT_EQ(0, volume);
-         EXPECT_EQ(0, out.code);
-       }},
-      {"AvMsg_GetDeviceProperty",
-       [](OutVars* out) { return new AvMsg_GetDeviceProperty("tv-1", &out->info, &out->flag); },
-       "0c000000 ffffff7f 29007fd4", "04000000 74762d31",
-       [](IPC::Message* reply) {
-         AvMsg_GetDeviceProperty::Schema::WriteReplyParam(reply, MakeTuple(SampleRecord(), true));
-       },
-       "8d000000", std::string(kSampleRecordWire) + "0000 01",
-       [](const OutVars& out) {
-         device::_DeviceInfo expected = SampleRecord();
-         expected.text_19.clear();
-         EXPECT_EQ(expected, out.info);
-         EXPECT_TRUE(out.flag);
-       }},
-      {"AvMsg_RegisterDeviceRequest",
-       [](OutVars* out) { return new AvMsg_RegisterDeviceRequest("a", "bc", "def", &out->flag); },
-       "1b000000 ffffff7f 2e007fd4", "01000000 61000000 02000000 62630000 03000000 646566",
-       [](IPC::Message* reply) {
-         AvMsg_RegisterDeviceRequest::Schema::WriteReplyParam(reply, MakeTuple(true));
-       },
-       "05000000", "01", [](const OutVars& out) { EXPECT_TRUE(out.flag); }},
-      {"AvMsg_UnregisterDeviceRequest",
-       [](OutVars* out) {
-         out->flag = true;
-         return new AvMsg_UnregisterDeviceRequest("x", "", &out->flag);
-       },
-       "10000000 ffffff7f 32007fd4", "01000000 78000000 00000000",
-       [](IPC::Message* reply) {
-         AvMsg_UnregisterDeviceRequest::Schema::WriteReplyParam(reply, MakeTuple(false));
-       },
-       "05000000", "00", [](const OutVars& out) { EXPECT_FALSE(out.flag); }},
-      {"AvMsg_ManualRescanDevices",
-       [](OutVars* out) { return new AvMsg_ManualRescanDevices(&out->flag); },
-       "04000000 ffffff7f 34007fd4", "",
-       [](IPC::Message* reply) {
-         AvMsg_ManualRescanDevices::Schema::WriteReplyParam(reply, MakeTuple(true));
-       },
-       "05000000", "01", [](const OutVars& out) { EXPECT_TRUE(out.flag); }},
-      {"AvMsg_DeleteDeviceRequest",
-       [](OutVars* out) { return new AvMsg_DeleteDeviceRequest(&out->flag); },
-       "04000000 ffffff7f 36007fd4", "",
-       [](IPC::Message* reply) {
-         AvMsg_DeleteDeviceRequest::Schema::WriteReplyParam(reply, MakeTuple(true));
-       },
-       "05000000", "01", [](const OutVars& out) { EXPECT_TRUE(out.flag); }},
+      Case<AvMsg_ServiceInvoke>(
+          {"AvMsg_ServiceInvoke",
+           [](OutVars* out) {
+             base::DictionaryValue args;
+             args.SetString("device_id", "tv-1");
+             return new AvMsg_ServiceInvoke("GetSpeakerVolume", args, &out->results, &out->code);
+           },
+           "3c000000 ffffff7f 24007fd4",
+           "10000000 47657453 7065616b 6572566f 6c756d65"  // "GetSpeakerVolume"
+           "06000000 01000000"                             // dictionary of 1
+           "09000000 64657669 63655f69 64000000"           // "device_id"
+           "04000000 04000000 74762d31",                   // string "tv-1"
+           "GetSpeakerVolume, {\"device_id\":\"tv-1\"}",
+           [](IPC::Message* reply) {
+             AvMsg_ServiceInvoke::ReplyParam p;
+             p.a.SetInteger("speaker_volume", 0);
+             p.b = 107;
+             AvMsg_ServiceInvoke::Schema::WriteReplyParam(reply, p);
+           },
+           "2c000000",
+           "06000000 01000000 0e000000 73706561 6b65725f 766f6c75 6d650000"  // "speaker_volume"
+           "02000000 00000000"                                               // integer 0
+           "6b000000",                                                       // code 107
+           "{\"speaker_volume\":0}, 107",
+           [](const OutVars& out) {
+             int volume = -1;
+             EXPECT_TRUE(out.results.GetInteger("speaker_volume", &volume));
+             EXPECT_EQ(0, volume);
+             EXPECT_EQ(107, out.code);
+           }}),
+      Case<AvMsg_GetDeviceProperty>(
+          {"AvMsg_GetDeviceProperty",
+           [](OutVars* out) { return new AvMsg_GetDeviceProperty("tv-1", &out->info, &out->flag); },
+           "0c000000 ffffff7f 29007fd4", "04000000 74762d31", "tv-1",
+           [](IPC::Message* reply) {
+             AvMsg_GetDeviceProperty::Schema::WriteReplyParam(reply,
+                                                              MakeTuple(SampleRecord(), true));
+           },
+           "8d000000", std::string(kSampleRecordWire) + "0000 01",
+           std::string(kSampleRecordLog) + ", true",
+           [](const OutVars& out) {
+             device::_DeviceInfo expected = SampleRecord();
+             expected.text_19.clear();
+             EXPECT_EQ(expected, out.info);
+             EXPECT_TRUE(out.flag);
+           }}),
+      Case<AvMsg_RegisterDeviceRequest>(
+          {"AvMsg_RegisterDeviceRequest",
+           [](OutVars* out) {
+             return new AvMsg_RegisterDeviceRequest("a", "bc", "def", &out->flag);
+           },
+           "1b000000 ffffff7f 2e007fd4", "01000000 61000000 02000000 62630000 03000000 646566",
+           "a, bc, def", BoolReply<AvMsg_RegisterDeviceRequest>(true), "05000000", "01", "true",
+           [](const OutVars& out) { EXPECT_TRUE(out.flag); }}),
+      Case<AvMsg_UnregisterDeviceRequest>(
+          {"AvMsg_UnregisterDeviceRequest",
+           [](OutVars* out) {
+             out->flag = true;
+             return new AvMsg_UnregisterDeviceRequest("x", "", &out->flag);
+           },
+           "10000000 ffffff7f 32007fd4", "01000000 78000000 00000000", "x, ",
+           BoolReply<AvMsg_UnregisterDeviceRequest>(false), "05000000", "00", "false",
+           [](const OutVars& out) { EXPECT_FALSE(out.flag); }}),
+      Case<AvMsg_ManualRescanDevices>(
+          {"AvMsg_ManualRescanDevices",
+           [](OutVars* out) { return new AvMsg_ManualRescanDevices(&out->flag); },
+           "04000000 ffffff7f 34007fd4", "", "", BoolReply<AvMsg_ManualRescanDevices>(true),
+           "05000000", "01", "true", [](const OutVars& out) { EXPECT_TRUE(out.flag); }}),
+      Case<AvMsg_DeleteDeviceRequest>(
+          {"AvMsg_DeleteDeviceRequest",
+           [](OutVars* out) {
+             out->flag = true;
+             return new AvMsg_DeleteDeviceRequest(&out->flag);
+           },
+           "04000000 ffffff7f 36007fd4", "", "", BoolReply<AvMsg_DeleteDeviceRequest>(false),
+           "05000000", "00", "false", [](const OutVars& out) { EXPECT_FALSE(out.flag); }}),
   };
-}
-
-// Answers requests the way the plugin's stub does, with handlers that give the replies of
-// GoldenCases().
-class FakeStub : public IPC::Message::Sender {
- public:
-  bool Send(IPC::Message* msg) override {
-    sent.reset(msg);
-    return true;
-  }
-
-  void Dispatch(const IPC::Message& msg) {
-    switch (msg.type()) {
-      case AvMsg_ServiceInvoke::ID:
-        Handle<AvMsg_ServiceInvoke>(msg, &FakeStub::OnAvServiceInvokeMethod);
-        break;
-      case AvMsg_GetDeviceProperty::ID:
-        Handle<AvMsg_GetDeviceProperty>(msg, &FakeStub::OnGetDeviceProperty);
-        break;
-      case AvMsg_RegisterDeviceRequest::ID:
-        Handle<AvMsg_RegisterDeviceRequest>(msg, &FakeStub::OnRegisterDeviceRequest);
-        break;
-      case AvMsg_UnregisterDeviceRequest::ID:
-        Handle<AvMsg_UnregisterDeviceRequest>(msg, &FakeStub::OnUnregisterDeviceRequest);
-        break;
-      case AvMsg_ManualRescanDevices::ID:
-        Handle<AvMsg_ManualRescanDevices>(msg, &FakeStub::OnManualRescanDevices);
-        break;
-      case AvMsg_DeleteDeviceRequest::ID:
-        Handle<AvMsg_DeleteDeviceRequest>(msg, &FakeStub::OnDeleteDeviceRequest);
-        break;
-    }
-  }
-
-  void OnAvServiceInvokeMethod(const std::string& method,
-                               const base::DictionaryValue& args,
-                               base::DictionaryValue* results,
-                               int* code) {
-    calls.push_back(method + " " + std::to_string(args.size()));
-    results->SetInteger("speaker_volume", 0);
-    *code = 0;
-  }
-  void OnGetDeviceProperty(const std::string& id, device::_DeviceInfo* info, bool* found) {
-    calls.push_back(id);
-    *info = SampleRecord();
-    *found = true;
-  }
-  void OnRegisterDeviceRequest(const std::string& a,
-                               const std::string& b,
-                               const std::string& c,
-                               bool* success) {
-    calls.push_back(a + b + c);
-    *success = true;
-  }
-  void OnUnregisterDeviceRequest(const std::string& a, const std::string& b, bool* success) {
-    calls.push_back(a + b);
-    *success = false;
-  }
-  void OnManualRescanDevices(bool* success) { *success = true; }
-  void OnDeleteDeviceRequest(bool* success) { *success = true; }
-
-  std::unique_ptr<IPC::Message> sent;
-  std::vector<std::string> calls;
-
- private:
-  template <class Msg, class Method>
-  void Handle(const IPC::Message& msg, Method method) {
-    typename Msg::SendParam p;
-    const bool ok = Msg::ReadSendParam(&msg, &p);
-    Msg::Schema::DispatchWithSendParams(ok, p, &msg, this, this, method);
-  }
-};
-
-TEST(AvMessagesTest, RequestsAndRepliesOnTheWire) {
-  for (const GoldenCase& c : GoldenCases()) {
-    SCOPED_TRACE(c.name);
-    OutVars out;
-    std::unique_ptr<IPC::SyncMessage> request(c.request(&out));
-    const int id = IPC::SyncMessage::GetMessageId(*request);
-    EXPECT_EQ(Expected(c.request_header + kRequestFlags + "0000 0000", id, c.request_params),
-              Actual(*request));
-
-    std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(request.get()));
-    c.write_reply(reply.get());
-    EXPECT_EQ(Expected(c.reply_payload_size + kReplyHeader, id, c.reply_params), Actual(*reply));
-
-    // The stub's dispatch through the message's schema sends the same bytes.
-    FakeStub stub;
-    stub.Dispatch(*request);
-    ASSERT_TRUE(stub.sent);
-    EXPECT_EQ(Actual(*reply), Actual(*stub.sent));
-
-    // The client's deserializer fills the out-variables bound at construction.
-    std::unique_ptr<IPC::MessageReplyDeserializer> deserializer(request->GetReplyDeserializer());
-    ASSERT_TRUE(deserializer->SerializeOutputParameters(*reply));
-    c.check_out_vars(out);
-  }
-}
-
-TEST(AvMessagesTest, TypeNumbersKeepTheirTopBit) {
-  EXPECT_EQ(3565092900u, AvMsg_ServiceInvoke::ID);
-  EXPECT_EQ(-729874396, static_cast<int32_t>(AvMsg_ServiceInvoke::ID));
-  bool found;
-  device::_DeviceInfo info;
-  AvMsg_GetDeviceProperty request("tv-1", &info, &found);
-  EXPECT_EQ(3565092905u, request.type());
-}
-
-TEST(AvMessagesTest, RequestsDecodeToWhatWasSent) {
-  OutVars out;
-  base::DictionaryValue args;
-  args.SetString("power_state", "on");
-  AvMsg_ServiceInvoke invoke("SetPowerState", args, &out.results, &out.code);
-  AvMsg_ServiceInvoke::SendParam invoke_params;
-  ASSERT_TRUE(AvMsg_ServiceInvoke::ReadSendParam(&invoke, &invoke_params));
-  EXPECT_EQ("SetPowerState", invoke_params.a);
-  EXPECT_TRUE(invoke_params.b.Equals(&args));
-
-  AvMsg_RegisterDeviceRequest reg("a", "", "c", &out.flag);
-  AvMsg_RegisterDeviceRequest::SendParam reg_params;
-  ASSERT_TRUE(AvMsg_RegisterDeviceRequest::ReadSendParam(&reg, &reg_params));
-  EXPECT_EQ("a", reg_params.a);
-  EXPECT_EQ("", reg_params.b);
-  EXPECT_EQ("c", reg_params.c);
-
-  FakeStub stub;
-  stub.Dispatch(invoke);
-  stub.Dispatch(reg);
-  EXPECT_EQ(std::vector<std::string>({"SetPowerState 1", "ac"}), stub.calls);
 }
 
 // |msg| with only the first |length| bytes of its payload.
@@ -285,90 +189,82 @@ IPC::Message Truncated(const IPC::Message& msg, size_t length) {
   return copy;
 }
 
-TEST(AvMessagesTest, TruncatedMessagesDecodeToFalse) {
-  OutVars out;
-  base::DictionaryValue args;
-  args.SetString("device_id", "tv-1");
-  args.SetInteger("level", 3);
-  const struct {
-    const char* name;
-    std::shared_ptr<IPC::Message> msg;
-    std::function<bool(const IPC::Message*)> decode;
-  } kCases[] = {
-      {"invoke request",
-       std::make_shared<AvMsg_ServiceInvoke>("SetVolume", args, &out.results, &out.code),
-       [](const IPC::Message* m) {
-         AvMsg_ServiceInvoke::SendParam p;
-         return AvMsg_ServiceInvoke::ReadSendParam(m, &p);
-       }},
-      {"property request", std::make_shared<AvMsg_GetDeviceProperty>("tv-1", &out.info, &out.flag),
-       [](const IPC::Message* m) {
-         AvMsg_GetDeviceProperty::SendParam p;
-         return AvMsg_GetDeviceProperty::ReadSendParam(m, &p);
-       }},
-      {"register request",
-       std::make_shared<AvMsg_RegisterDeviceRequest>("ab", "c", "def", &out.flag),
-       [](const IPC::Message* m) {
-         AvMsg_RegisterDeviceRequest::SendParam p;
-         return AvMsg_RegisterDeviceRequest::ReadSendParam(m, &p);
-       }},
-      {"unregister request", std::make_shared<AvMsg_UnregisterDeviceRequest>("ab", "c", &out.flag),
-       [](const IPC::Message* m) {
-         AvMsg_UnregisterDeviceRequest::SendParam p;
-         return AvMsg_UnregisterDeviceRequest::ReadSendParam(m, &p);
-       }},
-  };
-  for (const auto& c : kCases) {
-    ASSERT_TRUE(c.decode(c.msg.get())) << c.name;
-    for (size_t length = 0; length < c.msg->payload_size(); ++length) {
-      IPC::Message truncated = Truncated(*c.msg, length);
-      EXPECT_FALSE(c.decode(&truncated)) << c.name << " cut to " << length;
-    }
-  }
+TEST(AvMessagesTest, RequestsAndRepliesOnTheWire) {
+  for (const GoldenCase& c : GoldenCases()) {
+    SCOPED_TRACE(c.name);
+    OutVars out;
+    std::unique_ptr<IPC::SyncMessage> request(c.request(&out));
+    const int id = IPC::SyncMessage::GetMessageId(*request);
+    EXPECT_EQ(Expected(c.request_header + kRequestFlags, id, c.request_params), Actual(*request));
+    ASSERT_TRUE(c.decode_request(*request));
 
-  // Replies too: each element must be there, down to the last 1-byte bool.
-  for (const GoldenCase& g : GoldenCases()) {
-    std::unique_ptr<IPC::SyncMessage> request(g.request(&out));
     std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(request.get()));
-    g.write_reply(reply.get());
+    c.write_reply(reply.get());
+    EXPECT_EQ(Expected(c.reply_payload_size + kReplyHeader, id, c.reply_params), Actual(*reply));
+
+    // The client's deserializer fills the out-variables bound at construction, and refuses
+    // a reply cut anywhere: each element must be there, down to the last bool. A request with
+    // parameters is refused cut anywhere too.
     std::unique_ptr<IPC::MessageReplyDeserializer> deserializer(request->GetReplyDeserializer());
     for (size_t length = 0; length < reply->payload_size(); ++length) {
-      IPC::Message truncated = Truncated(*reply, length);
-      EXPECT_FALSE(deserializer->SerializeOutputParameters(truncated))
-          << g.name << " reply cut to " << length;
+      EXPECT_FALSE(deserializer->SerializeOutputParameters(Truncated(*reply, length)))
+          << "reply cut to " << length;
     }
+    for (size_t length = 0; length < request->payload_size() && !c.request_params.empty(); ++length)
+      EXPECT_FALSE(c.decode_request(Truncated(*request, length))) << "request cut to " << length;
+    ASSERT_TRUE(deserializer->SerializeOutputParameters(*reply));
+    c.check_out_vars(out);
   }
 }
 
-TEST(DeviceInfoTraitsTest, EmptyRecordIsTwentyEmptyStringsAndAZeroUInt16) {
+TEST(AvMessagesTest, LogNamesTheMessageAndRendersWhatDecodes) {
+  for (const GoldenCase& c : GoldenCases()) {
+    SCOPED_TRACE(c.name);
+    OutVars out;
+    std::unique_ptr<IPC::SyncMessage> request(c.request(&out));
+    std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(request.get()));
+    c.write_reply(reply.get());
+    IPC::Message cut = Truncated(*request, request->payload_size() - 1);
+    cut.set_sync();
+    const struct {
+      const IPC::Message* msg;
+      std::string rendering;
+    } kLogs[] = {
+        {request.get(), c.request_log}, {reply.get(), c.reply_log}, {&cut, ""}, {nullptr, ""}};
+    for (const auto& log : kLogs) {
+      // With or without a name to set, the rendering is the same.
+      for (bool with_name : {true, false}) {
+        std::string name = "unset";
+        std::string l = "> ";
+        c.log(with_name ? &name : nullptr, log.msg, &l);
+        EXPECT_EQ("> " + log.rendering, l);
+        EXPECT_EQ(with_name ? c.name : "unset", name);
+      }
+    }
+    std::string name;
+    c.log(&name, request.get(), nullptr);
+    EXPECT_EQ(c.name, name);
+  }
+}
+
+TEST(DeviceInfoTraitsTest, EmptyRecordAndTheLowByteOfNumber21) {
+  // Nineteen empty strings, number_21 as a padded UInt16, then the empty rdf_properties.
+  const std::string empty_wire = std::string(76, '\0') + HexBytes("00000000 00000000");
   IPC::Message msg;
   IPC::WriteParam(&msg, device::_DeviceInfo());
-  EXPECT_EQ(ToHex(HexBytes("00000000 00000000 00000000 00000000 00000000"  // fields 1-5
-                           "00000000 00000000 00000000 00000000 00000000"  // 6-10
-                           "00000000 00000000 00000000 00000000 00000000"  // 11-15
-                           "00000000 00000000 00000000 00000000"           // 16-18, 20
-                           "00000000"                                      // number_21
-                           "00000000")),                                   // 22
-            ToHex(msg.payload(), msg.payload_size()));
+  EXPECT_EQ(ToHex(empty_wire), ToHex(msg.payload(), msg.payload_size()));
   PickleIterator iter(msg);
   device::_DeviceInfo read = SampleRecord();
   read.text_19.clear();
   ASSERT_TRUE(IPC::ReadParam(&msg, &iter, &read));
   EXPECT_EQ(device::_DeviceInfo(), read);
-}
 
-TEST(DeviceInfoTraitsTest, Text19StaysWithTheReader) {
-  device::_DeviceInfo sent = SampleRecord();
-  IPC::Message msg;
-  IPC::WriteParam(&msg, sent);
-  EXPECT_EQ(ToHex(HexBytes(kSampleRecordWire)), ToHex(msg.payload(), msg.payload_size()));
-
-  device::_DeviceInfo read;
-  read.text_19 = "the reader's own";
-  PickleIterator iter(msg);
-  ASSERT_TRUE(IPC::ReadParam(&msg, &iter, &read));
-  sent.text_19 = "the reader's own";
-  EXPECT_EQ(sent, read);
+  const std::string wire = std::string(76, '\0') + HexBytes("2c010000 00000000");  // 300
+  IPC::Message wide;
+  wide.WriteBytes(wire.data(), static_cast<int>(wire.size()));
+  iter = PickleIterator(wide);
+  ASSERT_TRUE(IPC::ReadParam(&wide, &iter, &read));
+  EXPECT_EQ(44, read.number_21);
 }
 
 TEST(DeviceInfoTraitsTest, PartialReads) {
@@ -389,104 +285,20 @@ TEST(DeviceInfoTraitsTest, PartialReads) {
   const std::string wire = HexBytes(kSampleRecordWire);
   ASSERT_EQ(134u, wire.size());
   for (const auto& c : kCases) {
+    SCOPED_TRACE(c.length);
     IPC::Message msg;
     msg.WriteBytes(wire.data(), static_cast<int>(c.length));
     device::_DeviceInfo read;
     read.plugin_name = read.text_03 = read.text_19 = read.rdf_properties = "old";
     read.number_21 = 77;
     PickleIterator iter(msg);
-    EXPECT_EQ(c.ok, IPC::ReadParam(&msg, &iter, &read)) << c.length;
-    EXPECT_EQ(c.plugin_name, read.plugin_name) << c.length;
-    EXPECT_EQ(c.text_03, read.text_03) << c.length;
-    EXPECT_EQ(c.number_21, read.number_21) << c.length;
-    EXPECT_EQ(c.rdf_properties, read.rdf_properties) << c.length;
-    EXPECT_EQ("old", read.text_19) << c.length;
+    EXPECT_EQ(c.ok, IPC::ReadParam(&msg, &iter, &read));
+    EXPECT_EQ(c.plugin_name, read.plugin_name);
+    EXPECT_EQ(c.text_03, read.text_03);
+    EXPECT_EQ(c.number_21, read.number_21);
+    EXPECT_EQ(c.rdf_properties, read.rdf_properties);
+    EXPECT_EQ("old", read.text_19);  // text_19 stays with the reader
   }
-}
-
-TEST(DeviceInfoTraitsTest, Number21KeepsTheLowByteOfTheUInt16) {
-  const std::string wire = HexBytes(
-      "00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 "
-      "00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 "
-      "00000000 2c010000 00000000");  // 19 empty strings, UInt16 300, an empty string
-  IPC::Message msg;
-  msg.WriteBytes(wire.data(), static_cast<int>(wire.size()));
-  device::_DeviceInfo read;
-  PickleIterator iter(msg);
-  ASSERT_TRUE(IPC::ReadParam(&msg, &iter, &read));
-  EXPECT_EQ(44, read.number_21);
-}
-
-std::string RecordRendering() {
-  return "device::DeviceInfo: {\n\t tv-1\n\t av_plugin\n\t AV\n\t AV\n\t AV\n\t \n\t "
-         "\n\t 2024-01-02 03:04:05\n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t \n\t "
-         "\n\t 30\n\t {}}";
-}
-
-TEST(AvMessagesTest, Log) {
-  OutVars out;
-  base::DictionaryValue args;
-  args.SetString("device_id", "tv-1");
-  AvMsg_ServiceInvoke invoke("GetSpeakerVolume", args, &out.results, &out.code);
-  std::unique_ptr<IPC::Message> invoke_reply(IPC::SyncMessage::GenerateReply(&invoke));
-  AvMsg_ServiceInvoke::ReplyParam invoke_result;
-  invoke_result.a.SetInteger("speaker_volume", 0);
-  invoke_result.b = 107;
-  AvMsg_ServiceInvoke::Schema::WriteReplyParam(invoke_reply.get(), invoke_result);
-
-  AvMsg_GetDeviceProperty property("tv-1", &out.info, &out.flag);
-  std::unique_ptr<IPC::Message> property_reply(IPC::SyncMessage::GenerateReply(&property));
-  AvMsg_GetDeviceProperty::Schema::WriteReplyParam(property_reply.get(),
-                                                   MakeTuple(SampleRecord(), false));
-
-  AvMsg_RegisterDeviceRequest reg("a", "bc", "def", &out.flag);
-  AvMsg_UnregisterDeviceRequest unreg("x", "", &out.flag);
-  AvMsg_ManualRescanDevices rescan(&out.flag);
-  std::unique_ptr<IPC::Message> rescan_reply(IPC::SyncMessage::GenerateReply(&rescan));
-  AvMsg_ManualRescanDevices::Schema::WriteReplyParam(rescan_reply.get(), MakeTuple(true));
-  AvMsg_DeleteDeviceRequest del(&out.flag);
-  std::unique_ptr<IPC::Message> del_reply(IPC::SyncMessage::GenerateReply(&del));
-  AvMsg_DeleteDeviceRequest::Schema::WriteReplyParam(del_reply.get(), MakeTuple(false));
-  IPC::Message cut_invoke = Truncated(invoke, invoke.payload_size() - 1);
-  cut_invoke.set_sync();
-
-  typedef void (*LogFunction)(std::string*, const IPC::Message*, std::string*);
-  const struct {
-    LogFunction log;
-    const IPC::Message* msg;
-    const char* name;
-    std::string rendering;
-  } kCases[] = {
-      {&AvMsg_ServiceInvoke::Log, &invoke, "AvMsg_ServiceInvoke",
-       "GetSpeakerVolume, {\"device_id\":\"tv-1\"}"},
-      {&AvMsg_ServiceInvoke::Log, invoke_reply.get(), "AvMsg_ServiceInvoke",
-       "{\"speaker_volume\":0}, 107"},
-      {&AvMsg_ServiceInvoke::Log, &cut_invoke, "AvMsg_ServiceInvoke", ""},
-      {&AvMsg_GetDeviceProperty::Log, &property, "AvMsg_GetDeviceProperty", "tv-1"},
-      {&AvMsg_GetDeviceProperty::Log, property_reply.get(), "AvMsg_GetDeviceProperty",
-       RecordRendering() + ", false"},
-      {&AvMsg_RegisterDeviceRequest::Log, &reg, "AvMsg_RegisterDeviceRequest", "a, bc, def"},
-      {&AvMsg_UnregisterDeviceRequest::Log, &unreg, "AvMsg_UnregisterDeviceRequest", "x, "},
-      {&AvMsg_ManualRescanDevices::Log, &rescan, "AvMsg_ManualRescanDevices", ""},
-      {&AvMsg_ManualRescanDevices::Log, rescan_reply.get(), "AvMsg_ManualRescanDevices", "true"},
-      {&AvMsg_DeleteDeviceRequest::Log, &del, "AvMsg_DeleteDeviceRequest", ""},
-      {&AvMsg_DeleteDeviceRequest::Log, del_reply.get(), "AvMsg_DeleteDeviceRequest", "false"},
-      {&AvMsg_DeleteDeviceRequest::Log, nullptr, "AvMsg_DeleteDeviceRequest", ""},
-  };
-  for (const auto& c : kCases) {
-    std::string name = "unset";
-    std::string l = "> ";
-    c.log(&name, c.msg, &l);
-    EXPECT_EQ(c.name, name);
-    EXPECT_EQ("> " + c.rendering, l) << c.name;
-    // Without a name to set, the rendering is the same.
-    l = "> ";
-    c.log(nullptr, c.msg, &l);
-    EXPECT_EQ("> " + c.rendering, l) << c.name;
-  }
-  std::string name;
-  AvMsg_ServiceInvoke::Log(&name, &invoke, nullptr);
-  EXPECT_EQ("AvMsg_ServiceInvoke", name);
 }
 
 // The wire document --------------------------------------------------------------------

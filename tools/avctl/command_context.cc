@@ -1,0 +1,22 @@
+#include "tools/avctl/command_context.h"
+
+namespace avctl {
+
+CommandContext::CommandContext(const GlobalOptions& options, std::ostream* out, std::ostream* err)
+    : options_(options), out_(out), err_(err) {}
+
+bool CommandContext::Print(const Json& json) {
+  *out_ << JsonToLine(json) << std::endl;
+  return out_->good();
+}
+
+int CommandContext::Reply(const Json& json) {
+  return Print(json) ? kExitOk : Fail("cannot write the reply to the standard output");
+}
+
+int CommandContext::Fail(const std::string& message) {
+  *err_ << "avctl: " << message << std::endl;
+  return kExitFailure;
+}
+
+}  // namespace avctl
