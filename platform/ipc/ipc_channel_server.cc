@@ -240,16 +240,17 @@ void ChannelServer::Core::AcceptPeer() {
         kAcceptRetryDelay);
     return;
   }
+  // The refusal is logged before the peer can see it.
   if (!IsPeerUid(fd, expected_peer_uid_.load())) {
-    close(fd);
     LOG_AT(logging::LOG_ERROR) << "channel server " << path_
                                << " refused a peer with another user id";
+    close(fd);
     return;
   }
   if (peers_.size() >= kMaximumPeers) {
-    close(fd);
     LOG_AT(logging::LOG_ERROR) << "channel server " << path_ << " refused a peer: already "
                                << kMaximumPeers << " peers";
+    close(fd);
     return;
   }
   ServePeer(fd);
