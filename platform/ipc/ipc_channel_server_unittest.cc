@@ -279,22 +279,36 @@ TEST_F(ChannelServerTest, OnlyThePeerThatLeavesOrBreaksTheFramingIsDisconnected)
   }
 }
 
+// Each case refuses peers, then stops refusing: the server serves on.
 TEST_F(ChannelServerTest, RefusedPeersAndTheServerServesOnAfterwards) {
+  std::vector<RawClient> clients(ChannelServer::kMaximumPeers);
   const struct {
     const char* name;
     std::function<void(ChannelServer*, RecordingDelegate*, bool)> refuse;
+    size_t peers;  // the delegate's peers while refusing
     bool gets_hello;
-    int refused_by_delegate;
     const char* log;  // after "channel server <path> "
   } kCases[] = {
       {"delegate refuses",
        [](ChannelServer*, RecordingDelegate* delegate, bool refuse) { delegate->refuse = refuse; },
-       true, 1, nullptr},
+       0, true, nullptr},
       {"another uid",
        [](ChannelServer* server, RecordingDelegate*, bool refuse) {
          server->SetPeerUidForTesting(refuse ? geteuid() + 1 : geteuid());
        },
-       false, 0, "refused a peer with another user id"},
+       0, false, "refused a peer with another user id"},
+      {"beyond the maximum",
+       [&](ChannelServer* server, RecordingDelegate* delegate, bool refuse) {
+         if (refuse) {
+           ConnectInOrder(server->path(), delegate, &clients);
+           return;
+         }
+         clients[0].Close();  // makes room once the server has seen it go
+         std::vector<int> first_gone(ChannelServer::kMaximumPeers, 0);
+         first_gone[0] = 1;
+         ASSERT_TRUE(delegate->WaitForDisconnects(first_gone));
+       },
+       ChannelServer::kMaximumPeers, false, "refused a peer: already 32 peers"},
   };
   for (const auto& test_case : kCases) {
     SCOPED_TRACE(test_case.name);
@@ -302,17 +316,17 @@ TEST_F(ChannelServerTest, RefusedPeersAndTheServerServesOnAfterwards) {
     const std::string path = test::NewSocketPath();
     RecordingDelegate delegate;
     ChannelServer server(path, &delegate);
-    test_case.refuse(&server, &delegate, true);
     ASSERT_TRUE(server.Listen(io_thread_.message_loop()));
+    test_case.refuse(&server, &delegate, true);
     RawClient refused;
     ASSERT_TRUE(refused.Connect(path));
     // Read() stops early when the server closes the connection.
     EXPECT_EQ(test_case.gets_hello ? 24u : 0u, refused.Read(25).size());
     EXPECT_TRUE(refused.WaitForClose());
     WaitForIoThread();
-    EXPECT_EQ(0u, server.peer_count());
-    EXPECT_TRUE(delegate.disconnects().empty());
-    EXPECT_EQ(test_case.refused_by_delegate, delegate.refused.load());
+    EXPECT_EQ(test_case.peers, server.peer_count());
+    EXPECT_EQ(std::vector<int>(test_case.peers, 0), delegate.disconnects());
+    EXPECT_EQ(test_case.gets_hello ? 1 : 0, delegate.refused.load());
     if (test_case.log) {
       EXPECT_TRUE(capture.Has(logging::LOG_ERROR, "channel server " + path + " " + test_case.log));
     }
@@ -320,32 +334,8 @@ TEST_F(ChannelServerTest, RefusedPeersAndTheServerServesOnAfterwards) {
     test_case.refuse(&server, &delegate, false);
     SyncClient accepted;
     EXPECT_EQ(SyncClient::RESULT_OK, accepted.Connect(path, kTimeout));
-    EXPECT_TRUE(delegate.WaitFor([&] { return delegate.peers.size() == 1; }));
+    EXPECT_TRUE(delegate.WaitFor([&] { return delegate.peers.size() == test_case.peers + 1; }));
   }
-}
-
-TEST_F(ChannelServerTest, ConnectionsBeyondTheMaximumAreClosedAtOnce) {
-  logging::ScopedLogCapture capture;
-  ASSERT_TRUE(StartServer());
-  std::vector<RawClient> clients(ChannelServer::kMaximumPeers);
-  ConnectInOrder(path_, &delegate_, &clients);
-  EXPECT_EQ(ChannelServer::kMaximumPeers, server_->peer_count());
-
-  RawClient extra;
-  ASSERT_TRUE(extra.Connect(path_));
-  EXPECT_EQ(0u, extra.Read(24).size());
-  EXPECT_TRUE(extra.WaitForClose());
-  EXPECT_TRUE(capture.Has(logging::LOG_ERROR,
-                          "channel server " + path_ + " refused a peer: already 32 peers"));
-
-  // Once one leaves there is room again.
-  clients[0].Close();
-  ASSERT_TRUE(delegate_.WaitFor([&] { return delegate_.peers[0]->disconnects == 1; }));
-  RawClient next;
-  ASSERT_TRUE(next.Connect(path_));
-  EXPECT_EQ(24u, next.Read(24).size());
-  EXPECT_TRUE(delegate_.WaitFor(
-      [&] { return delegate_.peers.size() == ChannelServer::kMaximumPeers + 1; }));
 }
 
 TEST_F(ChannelServerTest, CloseFromAnotherThreadWhilePeersAndTheServerSend) {
