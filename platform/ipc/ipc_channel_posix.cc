@@ -427,6 +427,10 @@ void Channel::ChannelImpl::Teardown() {
   }
   RemoveSocketFile();
   listener_ = nullptr;
+  // The loop stops telling the channel about its destruction, so the channel must forget it
+  // now: a later Close() from another thread would otherwise post to a loop that may be gone.
+  std::lock_guard<std::mutex> lock(send_lock_);
+  io_loop_.store(nullptr);
 }
 
 void Channel::ChannelImpl::RemoveSocketFile() {

@@ -91,8 +91,9 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   const std::string channel_name_;
   const Mode mode_;
   std::atomic<uid_t> expected_peer_uid_;
-  // Not owned. Set by Connect(), and cleared on the I/O thread when the loop is destroyed;
-  // other threads post to it only while holding |send_lock_|, which keeps it alive.
+  // Not owned. Set by Connect(), and cleared under |send_lock_| once the channel is torn
+  // down or the loop destroyed; other threads post to it only while holding |send_lock_|,
+  // which keeps it alive.
   std::atomic<base::MessageLoop*> io_loop_{nullptr};
   std::atomic<bool> closing_{false};
 
