@@ -33,7 +33,9 @@
 // Close() and the destructor may be called from any thread. From another thread they wait
 // until the I/O thread has disconnected every peer, so that no callback runs after they
 // return; they must therefore not be called from a thread that a running callback waits for.
-// From the I/O thread, inside a callback, they disconnect the other peers at once.
+// On the I/O thread they may be called from inside any callback and disconnect every peer
+// before returning, except that a peer whose OnPeerConnected() is running and that the
+// delegate accepts is disconnected right after OnPeerConnected() returns.
 
 #ifndef IPC_IPC_CHANNEL_SERVER_H_
 #define IPC_IPC_CHANNEL_SERVER_H_
