@@ -19,6 +19,17 @@ Channel::Channel(const std::string& channel_name, Mode mode, Listener* listener)
       mode_(mode),
       impl_(std::make_shared<ChannelImpl>(channel_name, mode, listener)) {}
 
+// static
+std::unique_ptr<Channel> Channel::CreateForAcceptedConnection(const std::string& channel_name,
+                                                              int fd,
+                                                              Listener* listener,
+                                                              base::MessageLoop* io_loop) {
+  std::unique_ptr<Channel> channel(new Channel(channel_name, MODE_NAMED_SERVER, listener));
+  if (!channel->impl_->ServeAcceptedConnection(fd, io_loop))
+    return nullptr;
+  return channel;
+}
+
 Channel::~Channel() {
   impl_->Close();
 }

@@ -9,15 +9,18 @@
 //   whether it was left by a server that is gone or belongs to one still running (that one
 //   keeps its connected peer, but new peers reach the newest server); any other kind of file
 //   makes Connect() fail. The socket file is created with mode 0600 and removed when the
-//   channel closes, unless another server has taken the path over since. The server serves one peer at a time: while a peer is connected it
-//   accepts no other, so later peers wait in the listen queue and are served, in order, once
-//   the current one leaves. A peer whose effective uid differs from the server's is refused:
-//   its connection is closed and the listener's OnChannelDenied() runs.
+//   channel closes, unless another server has taken the path over since. The server serves one peer
+//   at a time: while a peer is connected it accepts no other, so later peers wait in the listen
+//   queue and are served, in order, once the current one leaves. A peer whose effective uid differs
+//   from the server's is refused: its connection is closed and the listener's OnChannelDenied()
+//   runs.
 // - MODE_NAMED_CLIENT connects to the path once; when the server leaves, the channel stays
 //   without a peer and Send() returns false.
 // - MODE_SERVER and MODE_CLIENT behave as MODE_NAMED_SERVER and MODE_NAMED_CLIENT: this
 //   platform passes no descriptors between processes, so a channel always meets its peer
 //   through the path.
+// A server for several peers at once is IPC::ChannelServer (ipc/ipc_channel_server.h): it
+// gives each peer a channel that behaves as this server's side of the connection.
 //
 // Each side sends a hello as soon as the connection exists (routing MSG_ROUTING_NONE, type
 // HELLO_MESSAGE_TYPE, payload: an int, its pid); OnChannelConnected() runs when the peer's
@@ -117,7 +120,19 @@ class Channel : public Message::Sender {
   Mode mode() const { return mode_; }
 
  private:
+  friend class ChannelServer;
   class ChannelImpl;
+
+  // For ChannelServer: a MODE_NAMED_SERVER channel serving |fd|, a connection accepted at
+  // |channel_name|. Takes ownership of |fd|. Called on the thread of |io_loop| (not owned),
+  // which it uses as Connect() would: the hello goes out at once and the connection is
+  // watched. There is no listen socket: when the peer leaves, the listener gets
+  // OnChannelError() and the channel stays closed. Null, with |fd| closed, when |io_loop| is
+  // being destroyed.
+  static std::unique_ptr<Channel> CreateForAcceptedConnection(const std::string& channel_name,
+                                                              int fd,
+                                                              Listener* listener,
+                                                              base::MessageLoop* io_loop);
 
   const std::string channel_name_;
   const Mode mode_;

@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "base/logging.h"
 #include "base/synchronization/waitable_event.h"
 #include "ipc/ipc_message_framing.h"
+#include "ipc/unix_domain_socket_util.h"
 
 namespace IPC {
 
@@ -20,25 +20,6 @@ namespace {
 
 // Bytes read from the socket in one go.
 const size_t kReadBufferSize = 64 * 1024;
-
-// How long a server waits after a failed accept() before it listens again.
-const std::chrono::milliseconds kAcceptRetryDelay(100);
-
-// Room for connections that wait while the server serves another peer.
-const int kListenBacklog = 16;
-
-// The socket file's mode: the owner alone may connect.
-const mode_t kSocketFileMode = 0600;
-
-bool FillSocketAddress(const std::string& path, sockaddr_un* address, socklen_t* length) {
-  if (path.empty() || path.size() >= sizeof(address->sun_path))
-    return false;
-  std::memset(address, 0, sizeof(*address));
-  address->sun_family = AF_UNIX;
-  std::memcpy(address->sun_path, path.data(), path.size());
-  *length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size() + 1);
-  return true;
-}
 
 ssize_t SendSome(int fd, const char* data, size_t size) {
   ssize_t written;
@@ -92,6 +73,17 @@ bool Channel::ChannelImpl::Connect(base::MessageLoop* io_loop) {
     io_loop_.store(nullptr);
     return false;
   }
+  return true;
+}
+
+bool Channel::ChannelImpl::ServeAcceptedConnection(int fd, base::MessageLoop* io_loop) {
+  if (io_loop_.load() || closing_.load() || !io_loop->AddDestructionObserver(this)) {
+    close(fd);
+    return false;
+  }
+  io_loop_.store(io_loop);
+  observed_loop_ = io_loop;
+  AdoptPeer(fd);
   return true;
 }
 
@@ -167,53 +159,11 @@ bool Channel::ChannelImpl::IsServer() const {
 }
 
 bool Channel::ChannelImpl::CreateServerSocket() {
-  sockaddr_un address;
-  socklen_t length;
-  if (!FillSocketAddress(channel_name_, &address, &length)) {
-    LOG_AT(logging::LOG_ERROR) << "invalid socket path \"" << channel_name_ << "\"";
+  const int fd = CreateListeningSocket(channel_name_, &socket_file_);
+  if (fd < 0)
     return false;
-  }
-  struct stat existing;
-  if (lstat(channel_name_.c_str(), &existing) == 0) {
-    if (!S_ISSOCK(existing.st_mode)) {
-      LOG_AT(logging::LOG_ERROR) << "not replacing " << channel_name_ << ": not a socket";
-      return false;
-    }
-    // Left by a server that is gone, or held by one still running: either way the newest
-    // server takes the path over.
-    if (unlink(channel_name_.c_str()) != 0 && errno != ENOENT) {
-      LOG_AT(logging::LOG_ERROR) << "cannot replace the socket " << channel_name_ << ": "
-                                 << std::strerror(errno);
-      return false;
-    }
-  }
-
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  if (fd < 0) {
-    LOG_AT(logging::LOG_ERROR) << "socket: " << std::strerror(errno);
-    return false;
-  }
-  // bind() gives the file the socket's own mode less the umask: restricting the socket first
-  // leaves no moment in which others could connect.
-  if (fchmod(fd, kSocketFileMode) != 0 ||
-      bind(fd, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
-    LOG_AT(logging::LOG_ERROR) << "cannot bind " << channel_name_ << ": " << std::strerror(errno);
-    close(fd);
-    return false;
-  }
-  struct stat created;
-  if (chmod(channel_name_.c_str(), kSocketFileMode) != 0 ||
-      lstat(channel_name_.c_str(), &created) != 0 || listen(fd, kListenBacklog) != 0) {
-    LOG_AT(logging::LOG_ERROR) << "cannot listen on " << channel_name_ << ": "
-                               << std::strerror(errno);
-    unlink(channel_name_.c_str());
-    close(fd);
-    return false;
-  }
   listen_fd_ = fd;
   socket_file_created_ = true;
-  socket_file_dev_ = created.st_dev;
-  socket_file_ino_ = created.st_ino;
   return true;
 }
 
@@ -269,17 +219,12 @@ void Channel::ChannelImpl::WatchListenSocket() {
 }
 
 void Channel::ChannelImpl::AcceptPeer() {
-  int fd;
-  do {
-    fd = accept4(listen_fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-  } while (fd < 0 && errno == EINTR);
-  if (fd < 0) {
-    if (IsWouldBlock(errno) || errno == ECONNABORTED)
-      return;
-    LOG_AT(logging::LOG_ERROR) << "cannot accept on " << channel_name_ << ": "
-                               << std::strerror(errno);
-    // Most accept() failures (no descriptors or memory left) last a while: pause instead of
-    // spinning on a socket that stays readable.
+  int fd = -1;
+  const AcceptResult result = AcceptConnection(listen_fd_, channel_name_, &fd);
+  if (result == ACCEPT_NONE)
+    return;
+  if (result == ACCEPT_FAILED) {
+    // Pause instead of spinning on a socket that stays readable.
     listen_watcher_.StopWatchingFileDescriptor();
     std::weak_ptr<ChannelImpl> weak_self = shared_from_this();
     io_loop_.load()->PostDelayedTask(
@@ -293,7 +238,7 @@ void Channel::ChannelImpl::AcceptPeer() {
       listener_->OnChannelListenError();
     return;
   }
-  if (!IsPeerAuthorized(fd)) {
+  if (!IsPeerUid(fd, expected_peer_uid_.load())) {
     close(fd);
     LOG_AT(logging::LOG_ERROR) << "channel " << channel_name_
                                << " refused a peer with another user id";
@@ -302,16 +247,6 @@ void Channel::ChannelImpl::AcceptPeer() {
     return;
   }
   AdoptPeer(fd);
-}
-
-bool Channel::ChannelImpl::IsPeerAuthorized(int fd) const {
-  ucred credentials;
-  socklen_t length = sizeof(credentials);
-  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0 ||
-      length != sizeof(credentials)) {
-    return false;
-  }
-  return credentials.uid == expected_peer_uid_.load();
 }
 
 void Channel::ChannelImpl::AdoptPeer(int fd) {
@@ -492,18 +427,17 @@ void Channel::ChannelImpl::Teardown() {
   }
   RemoveSocketFile();
   listener_ = nullptr;
+  // The loop stops telling the channel about its destruction, so the channel must forget it
+  // now: a later Close() from another thread would otherwise post to a loop that may be gone.
+  std::lock_guard<std::mutex> lock(send_lock_);
+  io_loop_.store(nullptr);
 }
 
 void Channel::ChannelImpl::RemoveSocketFile() {
   if (!socket_file_created_)
     return;
   socket_file_created_ = false;
-  // Only the file this server created: another server may have replaced it since.
-  struct stat current;
-  if (lstat(channel_name_.c_str(), &current) == 0 && current.st_dev == socket_file_dev_ &&
-      current.st_ino == socket_file_ino_) {
-    unlink(channel_name_.c_str());
-  }
+  RemoveSocketFileIfUnchanged(channel_name_, socket_file_);
 }
 
 bool Channel::ChannelImpl::WriteLocked(const char* data, size_t size) {

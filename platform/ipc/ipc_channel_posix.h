@@ -18,6 +18,7 @@
 
 #include "base/message_loop/message_loop.h"
 #include "ipc/ipc_channel.h"
+#include "ipc/unix_domain_socket_util.h"
 
 namespace IPC {
 
@@ -32,6 +33,11 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   ChannelImpl& operator=(const ChannelImpl&) = delete;
 
   bool Connect(base::MessageLoop* io_loop);
+  // Serves |fd|, a connection that a ChannelServer accepted, from the start: sends the hello
+  // and watches the connection. Takes ownership of |fd|, closing it on failure. On the thread
+  // of |io_loop|; false when that loop is being destroyed or the channel was used already.
+  // Such a channel has no listen socket, so when its peer leaves it stays closed.
+  bool ServeAcceptedConnection(int fd, base::MessageLoop* io_loop);
   void Close();
   bool Send(Message* message);
   void SetPeerUidForTesting(uid_t uid);
@@ -55,7 +61,6 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   void StartWatching();
   void WatchListenSocket();
   void AcceptPeer();
-  bool IsPeerAuthorized(int fd) const;
   void AdoptPeer(int fd);
   void ReadFromPeer();
   // Frames and dispatches newly read bytes. False when the peer was dropped or the channel
@@ -67,7 +72,8 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   // Whether the peer that |generation| names is still the channel's and the channel is open.
   bool StillServing(uint64_t generation) const;
   void FlushOutput();
-  // Closes the peer's connection and tells the listener; a server listens again.
+  // Closes the peer's connection and tells the listener; a server with a listen socket
+  // listens again.
   void DropPeer();
   void ResumeListening();
   // Closes everything; idempotent.
@@ -85,8 +91,9 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   const std::string channel_name_;
   const Mode mode_;
   std::atomic<uid_t> expected_peer_uid_;
-  // Not owned. Set by Connect(), and cleared on the I/O thread when the loop is destroyed;
-  // other threads post to it only while holding |send_lock_|, which keeps it alive.
+  // Not owned. Set by Connect(), and cleared under |send_lock_| once the channel is torn
+  // down or the loop destroyed; other threads post to it only while holding |send_lock_|,
+  // which keeps it alive.
   std::atomic<base::MessageLoop*> io_loop_{nullptr};
   std::atomic<bool> closing_{false};
 
@@ -95,8 +102,7 @@ class Channel::ChannelImpl : public base::MessageLoop::Watcher,
   base::MessageLoop* observed_loop_ = nullptr;  // the loop this watches for its destruction
   int listen_fd_ = -1;
   bool socket_file_created_ = false;
-  dev_t socket_file_dev_ = 0;
-  ino_t socket_file_ino_ = 0;
+  SocketFileId socket_file_;
   base::MessageLoop::FileDescriptorWatcher listen_watcher_;
   base::MessageLoop::FileDescriptorWatcher read_watcher_;
   base::MessageLoop::FileDescriptorWatcher write_watcher_;
