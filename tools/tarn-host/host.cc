@@ -1,0 +1,116 @@
+#include "tools/tarn-host/host.h"
+
+#include "base/logging.h"
+#include "runtime/runtime.h"
+#include "tools/tarn-host/application_host.h"
+#include "tools/tarn-host/component_host.h"
+#include "tools/tarn-host/control_server.h"
+#include "tools/tarn-host/method_invoker.h"
+#include "tvapp/application_base.h"
+#include "tvapp/query_handle.h"
+
+namespace tarn_host {
+
+namespace {
+
+bool CreatesSocket(IPC::Channel::Mode mode) {
+  return mode == IPC::Channel::MODE_SERVER || mode == IPC::Channel::MODE_NAMED_SERVER;
+}
+
+}  // namespace
+
+Host::Host(const HostConfig& config, const std::string& config_path)
+    : config_(config), config_path_(config_path) {}
+
+Host::~Host() {
+  Stop();
+}
+
+bool Host::Start(std::string* error) {
+  started_ = true;
+  logging::SetMinLogLevel(config_.min_log_level);
+  if (!StartRuntime(error)) {
+    Stop();
+    return false;
+  }
+  CQueryHandle::GetApplication()->SetReplyTimeLimit(config_.reply_time_limit);
+
+  applications_ = std::make_unique<ApplicationHost>();
+  for (const ApplicationConfig& application : config_.applications) {
+    if (!applications_->Add(application, error)) {
+      Stop();
+      return false;
+    }
+  }
+  if (!StartComponents(error)) {
+    Stop();
+    return false;
+  }
+
+  invoker_ = std::make_unique<MethodInvoker>(runtime::Runtime::GetInstance()->GetReflection());
+  // The runtime's control thread serves the control channel, apart from the links.
+  control_ = std::make_unique<ControlServer>(
+      config_.control_channel, runtime::Runtime::GetInstance()->GetThread(0), invoker_.get());
+  if (!control_->Start(error)) {
+    Stop();
+    return false;
+  }
+  socket_files_.Remember(config_.control_channel);
+  return true;
+}
+
+void Host::Stop() {
+  if (!started_)
+    return;
+  started_ = false;
+  if (control_)
+    control_->Stop();
+  if (components_)
+    components_->DestroyAll();
+  if (applications_)
+    applications_->RemoveAll();
+  runtime::Runtime::GetInstance()->StopThreads();
+  for (const std::string& path : socket_files_.RemoveLeftovers())
+    LOG_AT(logging::LOG_WARNING) << "Removed the socket " << path << " that was left behind";
+  control_.reset();
+  invoker_.reset();
+  components_.reset();
+  applications_.reset();
+}
+
+std::string Host::ReadyLine() const {
+  std::string line = "tarn-host: serving (";
+  for (const ComponentConfig& component : config_.components) {
+    for (const LinkConfig& link : component.links)
+      line += "link " + link.channel + ", ";
+  }
+  return line + "control " + config_.control_channel + ")";
+}
+
+bool Host::StartRuntime(std::string* error) {
+  runtime::Runtime* runtime = runtime::Runtime::GetInstance();
+  if (config_path_.empty()) {
+    runtime->SetConfigOptions(config_.options);
+    return true;
+  }
+  if (!runtime->LoadConfigFile(config_path_)) {
+    *error = "the runtime cannot read its options from " + config_path_;
+    return false;
+  }
+  return true;
+}
+
+bool Host::StartComponents(std::string* error) {
+  components_ = std::make_unique<ComponentHost>(runtime::Runtime::GetInstance());
+  for (const ComponentConfig& component : config_.components) {
+    if (!components_->Load(component, error))
+      return false;
+    for (const LinkConfig& link : component.links) {
+      if (CreatesSocket(link.mode))
+        socket_files_.Remember(link.channel);
+    }
+  }
+  return true;
+}
+
+}  // namespace tarn_host

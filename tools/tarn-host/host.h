@@ -1,0 +1,59 @@
+// tarn-host's life: it starts what its configuration names, in order (the runtime's
+// options and the log level, the application instances, each component and its links,
+// the control channel), and stops it all again in reverse.
+
+#ifndef TOOLS_TARN_HOST_HOST_H_
+#define TOOLS_TARN_HOST_HOST_H_
+
+#include <memory>
+#include <string>
+
+#include "tools/tarn-host/host_config.h"
+#include "tools/tarn-host/socket_files.h"
+
+namespace tarn_host {
+
+class ApplicationHost;
+class ComponentHost;
+class ControlServer;
+class MethodInvoker;
+
+class Host {
+ public:
+  // |config_path| is the file |config| was read from, which the runtime then reads for its
+  // options; empty for a configuration that has no file.
+  Host(const HostConfig& config, const std::string& config_path);
+  // Stops.
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  // Starts everything. On a failure, undoes what was started and returns false with
+  // |*error| saying what failed.
+  bool Start(std::string* error);
+
+  // Stops everything that was started: the control channel closes, the components are
+  // destroyed, the application instances removed, the runtime's threads stopped, and the
+  // socket files the host created are gone. Safe to call more than once.
+  void Stop();
+
+  // "tarn-host: serving (link PATH, ..., control PATH)".
+  std::string ReadyLine() const;
+
+ private:
+  bool StartRuntime(std::string* error);
+  bool StartComponents(std::string* error);
+
+  const HostConfig config_;
+  const std::string config_path_;
+  std::unique_ptr<ApplicationHost> applications_;
+  std::unique_ptr<ComponentHost> components_;
+  std::unique_ptr<MethodInvoker> invoker_;
+  std::unique_ptr<ControlServer> control_;
+  SocketFiles socket_files_;
+  bool started_ = false;
+};
+
+}  // namespace tarn_host
+
+#endif  // TOOLS_TARN_HOST_HOST_H_
