@@ -10,16 +10,16 @@
 #include "base/location.h"
 #include "base/logging.h"
 #include "base/message_loop/message_loop.h"
-#include "base/synchronization/waitable_event.h"
-#include "ipc/unix_domain_socket_util.h"
+#include "base/message_loop/run_on_loop.h"
+#include "base/posix/unix_domain_socket.h"
 
 namespace IPC {
 
 // The server's state, shared with the tasks it posts to the I/O loop.
 //
 // The listen socket, the peers and the delegate are used on the I/O thread only (and by
-// Listen() before the I/O thread sees the server). |loop_lock_| guards |io_loop_|, through
-// which other threads reach the I/O thread.
+// Listen() before the I/O thread sees the server). |loop_lock_| keeps |io_loop_|, through
+// which other threads reach the I/O thread, from being cleared while they post to it.
 class ChannelServer::Core : public base::MessageLoop::Watcher,
                             public base::MessageLoop::DestructionObserver,
                             public std::enable_shared_from_this<ChannelServer::Core> {
@@ -67,16 +67,15 @@ class ChannelServer::Core : public base::MessageLoop::Watcher,
   std::atomic<bool> closing_{false};
   std::atomic<size_t> peer_count_{0};
 
-  mutable std::mutex loop_lock_;
-  // Not owned. Set by Listen(); cleared once the server is torn down, after which no thread
-  // posts to it.
-  base::MessageLoop* io_loop_ = nullptr;
+  std::mutex loop_lock_;
+  // Not owned. Set by Listen(); cleared under |loop_lock_| once the server is torn down,
+  // after which no thread posts to it.
+  std::atomic<base::MessageLoop*> io_loop_{nullptr};
 
   // Used on the I/O thread only (and by Listen() before the I/O thread sees the server).
   base::MessageLoop* observed_loop_ = nullptr;  // the loop this watches for its destruction
   int listen_fd_ = -1;
-  bool socket_file_created_ = false;
-  SocketFileId socket_file_;
+  base::SocketFileId socket_file_;
   base::MessageLoop::FileDescriptorWatcher listen_watcher_;
   std::map<Channel*, std::unique_ptr<Peer>> peers_;
   bool torn_down_ = false;
@@ -126,20 +125,22 @@ ChannelServer::Core::Core(const std::string& path, Delegate* delegate)
 ChannelServer::Core::~Core() {
   // Teardown() has closed it unless the I/O loop never ran the server's first task.
   if (listen_fd_ >= 0)
-    close(listen_fd_);
+    base::CloseListeningSocket(listen_fd_, path_, socket_file_);
 }
 
 bool ChannelServer::Core::Listen(base::MessageLoop* io_loop) {
   {
     std::lock_guard<std::mutex> lock(loop_lock_);
-    if (!io_loop || io_loop_ || closing_.load())
+    if (!io_loop || io_loop_.load() || closing_.load())
       return false;
-    const int fd = CreateListeningSocket(path_, &socket_file_);
-    if (fd < 0)
+    std::string error;
+    const int fd = base::CreateListeningSocket(path_, &socket_file_, &error);
+    if (fd < 0) {
+      LOG_AT(logging::LOG_ERROR) << "cannot serve " << error;
       return false;
+    }
     listen_fd_ = fd;
-    socket_file_created_ = true;
-    io_loop_ = io_loop;
+    io_loop_.store(io_loop);
   }
   if (base::MessageLoop::current() == io_loop) {
     StartWatching();
@@ -158,23 +159,7 @@ void ChannelServer::Core::Close() {
   // A callback may destroy the server; this keeps the state alive until Close() returns.
   std::shared_ptr<Core> self = shared_from_this();
   closing_.store(true);
-  base::WaitableEvent done(true, false);
-  bool posted = false;
-  {
-    std::lock_guard<std::mutex> lock(loop_lock_);
-    if (io_loop_ && base::MessageLoop::current() != io_loop_) {
-      posted = io_loop_->PostTask(FROM_HERE, [self, &done] {
-        self->Teardown();
-        done.Signal();
-      });
-    }
-  }
-  if (posted) {
-    done.Wait();
-    return;
-  }
-  // On the I/O thread, or with no I/O loop (never listening, or already torn down).
-  Teardown();
+  base::RunOnLoopAndWait(&loop_lock_, &io_loop_, [self] { self->Teardown(); });
 }
 
 void ChannelServer::Core::OnFileCanReadWithoutBlocking(int fd) {
@@ -224,10 +209,10 @@ void ChannelServer::Core::ResumeListening() {
 
 void ChannelServer::Core::AcceptPeer() {
   int fd = -1;
-  const AcceptResult result = AcceptConnection(listen_fd_, path_, &fd);
-  if (result == ACCEPT_NONE)
+  const base::AcceptResult result = base::AcceptConnection(listen_fd_, path_, &fd);
+  if (result == base::ACCEPT_NONE)
     return;
-  if (result == ACCEPT_FAILED) {
+  if (result == base::ACCEPT_FAILED) {
     // Pause instead of spinning on a socket that stays readable.
     listen_watcher_.StopWatchingFileDescriptor();
     std::weak_ptr<Core> weak_self = shared_from_this();
@@ -237,14 +222,16 @@ void ChannelServer::Core::AcceptPeer() {
           if (std::shared_ptr<Core> self = weak_self.lock())
             self->ResumeListening();
         },
-        kAcceptRetryDelay);
+        base::kAcceptRetryDelay);
+    delegate_->OnListenError();
     return;
   }
   // The refusal is logged before the peer can see it.
-  if (!IsPeerUid(fd, expected_peer_uid_.load())) {
+  if (!base::IsPeerUid(fd, expected_peer_uid_.load())) {
     LOG_AT(logging::LOG_ERROR) << "channel server " << path_
                                << " refused a peer with another user id";
     close(fd);
+    delegate_->OnPeerDenied();
     return;
   }
   if (peers_.size() >= kMaximumPeers) {
@@ -309,12 +296,8 @@ void ChannelServer::Core::Disconnect(std::unique_ptr<Peer> peer) {
 void ChannelServer::Core::StopListening() {
   listen_watcher_.StopWatchingFileDescriptor();
   if (listen_fd_ >= 0) {
-    close(listen_fd_);
+    base::CloseListeningSocket(listen_fd_, path_, socket_file_);
     listen_fd_ = -1;
-  }
-  if (socket_file_created_) {
-    socket_file_created_ = false;
-    RemoveSocketFileIfUnchanged(path_, socket_file_);
   }
 }
 
@@ -337,10 +320,14 @@ void ChannelServer::Core::Teardown() {
     Disconnect(std::move(peer));
   }
   std::lock_guard<std::mutex> lock(loop_lock_);
-  io_loop_ = nullptr;
+  io_loop_.store(nullptr);
 }
 
 ChannelServer::Delegate::~Delegate() = default;
+
+void ChannelServer::Delegate::OnPeerDenied() {}
+
+void ChannelServer::Delegate::OnListenError() {}
 
 const size_t ChannelServer::kMaximumPeers;
 

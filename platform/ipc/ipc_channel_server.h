@@ -6,17 +6,18 @@
 //   ...
 //   server.Close();
 //
-// The socket file follows the rules of a MODE_NAMED_SERVER channel: a socket file at the path
-// is replaced, any other kind of file makes Listen() fail, the file has mode 0600 and is
-// removed on close unless another server has taken the path over since. A peer whose
-// effective uid differs from the server's is refused: its connection is closed before the
-// hello, and the delegate hears nothing of it. So is every connection beyond
-// kMaximumPeers.
+// The socket file follows the rules of base/posix/unix_domain_socket.h: mode 0600, a path
+// that a live server in another process holds is refused, a stale socket file replaced, any
+// other kind of file makes Listen() fail, and the file is removed on close unless another
+// server has taken the path over since. A peer whose effective uid differs from the
+// server's is refused: its connection is closed before the hello and the delegate's
+// OnPeerDenied() runs. Every connection beyond kMaximumPeers is closed at once.
 //
 // Each accepted peer gets a channel that behaves as a MODE_NAMED_SERVER channel's side of a
 // connection: it sends its hello at once, OnChannelConnected() runs when the peer's hello
 // arrives, the framing rules hold (a peer that breaks them is dropped, and only that peer),
-// and Send() may be called from any thread. Unlike a channel of its own, it never listens:
+// Send() may be called from any thread, and the backpressure rules of ipc/ipc_channel.h
+// hold for each peer on its own. Unlike a channel of its own, it never listens:
 // when its peer leaves, its listener gets OnChannelError() and the server then reports the
 // channel to the delegate's OnPeerDisconnected() and deletes it.
 //
@@ -69,10 +70,15 @@ class ChannelServer {
     // deletes |channel| when this returns. On the I/O thread (also while a Close() from
     // another thread waits for it).
     virtual void OnPeerDisconnected(Channel* channel) = 0;
+    // A peer with another effective uid was refused. On the I/O thread.
+    virtual void OnPeerDenied();
+    // accept() failed; the server tries again after base::kAcceptRetryDelay. On the I/O
+    // thread.
+    virtual void OnListenError();
   };
 
   // Connections beyond this many peers are closed at once.
-  static const size_t kMaximumPeers = 32;
+  static const size_t kMaximumPeers = Channel::kMaximumPeers;
 
   // |path| is the socket path (shorter than 108 bytes). |delegate| is not owned and must
   // outlive the server.
@@ -84,7 +90,8 @@ class ChannelServer {
 
   // Binds the path, listens, and accepts on |io_loop| (not owned), the loop of the thread
   // that will accept, read and call the delegate and listeners. Any thread. False when the
-  // socket cannot be set up, or when called again after succeeding or after Close().
+  // socket cannot be set up (the reason is logged), or when called again after succeeding or
+  // after Close().
   bool Listen(base::MessageLoop* io_loop);
 
   // Disconnects every peer (each channel's listener gets OnChannelError(), then the delegate

@@ -2,6 +2,7 @@
 
 #include <sys/un.h>
 
+#include "base/posix/unix_domain_socket.h"
 #include "tvapp/local_endpoint.h"
 #include "tvapp/remote_endpoint.h"
 #include "tvapp/unix_socket.h"
@@ -39,7 +40,7 @@ bool CInstanceDirectory::AddRemoteInstance(const std::string& name,
                                            const std::string& socket_path) {
   sockaddr_un address;
   socklen_t length = 0;
-  if (name.empty() || !internal::MakeUnixAddress(socket_path, &address, &length))
+  if (name.empty() || !base::FillUnixAddress(socket_path, &address, &length))
     return false;
   return Add(name, std::make_shared<CRemoteEndpoint>(socket_path));
 }

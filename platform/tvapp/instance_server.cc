@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "base/logging.h"
+#include "base/posix/unix_domain_socket.h"
 #include "tvapp/message_handler.h"
 #include "tvapp/unix_socket.h"
 #include "tvapp/wire_format.h"
@@ -23,18 +24,6 @@ const std::chrono::milliseconds kReplyWriteLimit(1000);
 
 std::string ErrorText(const std::string& what, const std::string& path) {
   return what + " " + path + ": " + std::strerror(errno);
-}
-
-// Whether |path| is a socket file that nobody listens on any more.
-bool IsStaleSocket(const std::string& path) {
-  struct stat status;
-  if (lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode))
-    return false;
-  int probe = internal::ConnectUnixSocket(path);
-  if (probe < 0)
-    return errno == ECONNREFUSED;
-  internal::CloseFd(&probe);
-  return false;
 }
 
 }  // namespace
@@ -70,33 +59,8 @@ bool CInstanceServer::Start(const std::string& socket_path, std::string* error) 
 }
 
 bool CInstanceServer::Listen(const std::string& socket_path, std::string* error) {
-  sockaddr_un address;
-  socklen_t length = 0;
-  if (!internal::MakeUnixAddress(socket_path, &address, &length)) {
-    *error = "not a usable socket path: " + socket_path;
-    return false;
-  }
-  listen_fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  if (listen_fd_ < 0) {
-    *error = ErrorText("cannot make a socket for", socket_path);
-    return false;
-  }
-  const sockaddr* generic = reinterpret_cast<const sockaddr*>(&address);
-  int result = bind(listen_fd_, generic, length);
-  if (result != 0 && errno == EADDRINUSE) {
-    if (IsStaleSocket(socket_path)) {
-      unlink(socket_path.c_str());
-      result = bind(listen_fd_, generic, length);
-    } else {
-      errno = EADDRINUSE;
-    }
-  }
-  if (result != 0 || listen(listen_fd_, SOMAXCONN) != 0) {
-    *error = ErrorText("cannot listen on", socket_path);
-    internal::CloseFd(&listen_fd_);
-    return false;
-  }
-  return true;
+  listen_fd_ = base::CreateListeningSocket(socket_path, &socket_file_, error);
+  return listen_fd_ >= 0;
 }
 
 void CInstanceServer::Stop() {
@@ -109,10 +73,10 @@ void CInstanceServer::Stop() {
   for (auto& connection : connections_)
     internal::CloseFd(&connection->fd);
   connections_.clear();
-  internal::CloseFd(&listen_fd_);
+  base::CloseListeningSocket(listen_fd_, socket_path_, socket_file_);
+  listen_fd_ = -1;
   internal::CloseFd(&wake_fds_[0]);
   internal::CloseFd(&wake_fds_[1]);
-  unlink(socket_path_.c_str());
   socket_path_.clear();
 }
 
@@ -148,9 +112,15 @@ void CInstanceServer::Run() {
 }
 
 void CInstanceServer::AcceptConnection() {
-  int fd = accept4(listen_fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-  if (fd < 0)
+  int fd = -1;
+  if (base::AcceptConnection(listen_fd_, socket_path_, &fd) != base::ACCEPT_OK)
     return;
+  if (!base::IsPeerUid(fd, geteuid())) {
+    LOG_AT(logging::LOG_WARNING) << "tvapp: refused a peer with another user id on "
+                                 << socket_path_;
+    internal::CloseFd(&fd);
+    return;
+  }
   if (connections_.size() >= kMaxConnections) {
     LOG_AT(logging::LOG_WARNING) << "tvapp: too many connections on " << socket_path_;
     internal::CloseFd(&fd);

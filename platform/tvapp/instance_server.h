@@ -12,8 +12,10 @@
 
 #include <memory>
 #include <string>
+
 #include <thread>
 #include <vector>
+#include "base/posix/unix_domain_socket.h"
 
 namespace ORVELL0300 {
 
@@ -32,13 +34,16 @@ class CInstanceServer {
   CInstanceServer(const CInstanceServer&) = delete;
   CInstanceServer& operator=(const CInstanceServer&) = delete;
 
-  // Listens on |socket_path| and starts serving on a thread of its own. A socket file
-  // left behind by a server that is gone is replaced; one that a live server listens on
-  // is not. False, with |error| saying why, when the socket cannot be set up.
+  // Listens on |socket_path| and starts serving on a thread of its own, under the
+  // socket-file rules of base/posix/unix_domain_socket.h: mode 0600, peers with this
+  // process's effective uid only, a path a live server of another process holds refused
+  // ("Address already in use"), a stale socket file replaced. False, with |error| saying
+  // why, when the socket cannot be set up.
   bool Start(const std::string& socket_path, std::string* error);
 
   // Closes every connection, waits for the thread (and so for a message being handled)
-  // and removes the socket file. Does nothing when the server does not run.
+  // and removes the socket file unless another server has replaced it since. Does nothing
+  // when the server does not run.
   void Stop();
 
  private:
@@ -54,6 +59,7 @@ class CInstanceServer {
   CMessageHandler* const handler_;
   std::string socket_path_;
   int listen_fd_ = -1;
+  base::SocketFileId socket_file_;
   // Writing to the second descriptor wakes the thread up to stop.
   int wake_fds_[2] = {-1, -1};
   std::vector<std::unique_ptr<Connection>> connections_;

@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "base/posix/unix_domain_socket.h"
 #include "gtest/gtest.h"
 #include "tvapp/application_base.h"
 #include "tvapp/instance_directory.h"
@@ -96,7 +97,7 @@ class FakeServer {
   FakeServer(const std::string& path, Answer answer) : answer_(std::move(answer)) {
     sockaddr_un address;
     socklen_t length = 0;
-    internal::MakeUnixAddress(path, &address, &length);
+    base::FillUnixAddress(path, &address, &length);
     listen_fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     EXPECT_EQ(0, bind(listen_fd_, reinterpret_cast<sockaddr*>(&address), length));
     EXPECT_EQ(0, listen(listen_fd_, 1));
@@ -179,7 +180,7 @@ TEST_F(InstanceServerTest, ServerDropsMalformedConnectionsAndServesOthers) {
   std::string error;
   ASSERT_TRUE(server.Start(socket_path_, &error)) << error;
   // A client that sends half a frame and waits does not hold the others up.
-  int idle = internal::ConnectUnixSocket(socket_path_);
+  int idle = base::ConnectUnixSocket(socket_path_);
   ASSERT_GE(idle, 0);
   ASSERT_TRUE(internal::WriteAll(idle, std::string("\x10\x00", 2), InSeconds(3)));
   const std::string bad_requests[] = {
@@ -188,7 +189,7 @@ TEST_F(InstanceServerTest, ServerDropsMalformedConnectionsAndServesOthers) {
       ReplyBytes(1, "not a request"),
   };
   for (const std::string& bytes : bad_requests) {
-    int fd = internal::ConnectUnixSocket(socket_path_);
+    int fd = base::ConnectUnixSocket(socket_path_);
     ASSERT_GE(fd, 0);
     ASSERT_TRUE(internal::WriteAll(fd, bytes, InSeconds(3)));
     EXPECT_TRUE(ClosedByPeer(fd));
@@ -201,33 +202,19 @@ TEST_F(InstanceServerTest, ServerDropsMalformedConnectionsAndServesOthers) {
   internal::CloseFd(&idle);
 }
 
-TEST_F(InstanceServerTest, StartTakesOverOnlyAStaleSocket) {
+TEST_F(InstanceServerTest, StopRemovesOnlyItsOwnSocketFile) {
   std::string error;
-  {
-    CInstanceServer live(&echo_);
-    ASSERT_TRUE(live.Start(socket_path_, &error)) << error;
-    CInstanceServer second(&echo_);
-    EXPECT_FALSE(second.Start(socket_path_, &error));
-    EXPECT_NE(std::string::npos, error.find(socket_path_)) << error;
-  }
-  // A socket file whose server died without removing it.
-  {
-    sockaddr_un address;
-    socklen_t length = 0;
-    ASSERT_TRUE(internal::MakeUnixAddress(socket_path_, &address, &length));
-    int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), length));
-    internal::CloseFd(&fd);
-  }
-  CInstanceServer server(&echo_);
-  EXPECT_TRUE(server.Start(socket_path_, &error)) << error;
-  server.Stop();
-  // A file that is not a socket is never removed.
-  const std::string plain = dir_.Path("plain");
-  std::ofstream(plain) << "data";
-  EXPECT_FALSE(server.Start(plain, &error));
-  EXPECT_TRUE(Exists(plain));
-  EXPECT_FALSE(server.Start(dir_.Path(std::string(120, 'x')), &error));
+  CInstanceServer first(&echo_);
+  ASSERT_TRUE(first.Start(socket_path_, &error)) << error;
+  CInstanceServer successor(&echo_);
+  ASSERT_TRUE(successor.Start(socket_path_, &error)) << error;
+  first.Stop();
+  CMessage reply;
+  ASSERT_NE(0, SendToRemote(EchoApplication::Request("successor"), &reply));
+  EXPECT_EQ("successor", Echo(reply));
+  successor.Stop();
+  EXPECT_FALSE(Exists(socket_path_));
+  EXPECT_FALSE(first.Start(dir_.Path(std::string(120, 'x')), &error));
 }
 
 }  // namespace

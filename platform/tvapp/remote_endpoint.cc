@@ -1,6 +1,7 @@
 #include "tvapp/remote_endpoint.h"
 
 #include "base/logging.h"
+#include "base/posix/unix_domain_socket.h"
 #include "tvapp/unix_socket.h"
 #include "tvapp/wire_format.h"
 
@@ -58,7 +59,7 @@ bool CRemoteEndpoint::Exchange(int message_type,
     LOG_AT(logging::LOG_WARNING) << "tvapp: request cannot be encoded";
     return false;
   }
-  int fd = internal::ConnectUnixSocket(socket_path_);
+  int fd = base::ConnectUnixSocket(socket_path_);
   if (fd < 0) {
     LOG_AT(logging::LOG_WARNING) << "tvapp: cannot connect to " << socket_path_;
     return false;

@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -30,31 +31,6 @@ bool WaitFor(int fd, short events, Deadline deadline) {
 }
 
 }  // namespace
-
-bool MakeUnixAddress(const std::string& path, sockaddr_un* address, socklen_t* length) {
-  std::memset(address, 0, sizeof(*address));
-  address->sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof(address->sun_path))
-    return false;
-  std::memcpy(address->sun_path, path.data(), path.size());
-  *length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size() + 1);
-  return true;
-}
-
-int ConnectUnixSocket(const std::string& path) {
-  sockaddr_un address;
-  socklen_t length = 0;
-  if (!MakeUnixAddress(path, &address, &length))
-    return -1;
-  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  if (fd < 0)
-    return -1;
-  // A Unix socket connects at once or not at all; EAGAIN means the listener's queue is
-  // full, which counts as a failure like any other.
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), length) != 0)
-    CloseFd(&fd);
-  return fd;
-}
 
 bool WriteAll(int fd, const std::string& data, Deadline deadline) {
   size_t written = 0;

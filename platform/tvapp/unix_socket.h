@@ -3,9 +3,6 @@
 #ifndef TVAPP_UNIX_SOCKET_H_
 #define TVAPP_UNIX_SOCKET_H_
 
-#include <sys/socket.h>
-#include <sys/un.h>
-
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -14,13 +11,6 @@ namespace ORVELL0300 {
 namespace internal {
 
 typedef std::chrono::steady_clock::time_point Deadline;
-
-// Fills |address| for the filesystem socket |path|. False when |path| is empty or too
-// long for a socket address.
-bool MakeUnixAddress(const std::string& path, sockaddr_un* address, socklen_t* length);
-
-// A non-blocking, close-on-exec stream socket connected to |path|, or -1.
-int ConnectUnixSocket(const std::string& path);
 
 // Writes all of |data| to the non-blocking |fd|. False on an error or when |deadline|
 // passes first.

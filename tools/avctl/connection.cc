@@ -20,7 +20,7 @@ bool Connection::Connect() {
     reason.erase(0, repeated.size());
   if (result == IPC::SyncClient::RESULT_TIMEOUT) {
     reason = "no answer within " + std::to_string(context_->options().timeout_ms) +
-             " ms (the server serves one client at a time)";
+             " ms (the server is busy or does not answer)";
   }
   context_->Fail("cannot connect to " + path_ + ": " + reason);
   return false;
