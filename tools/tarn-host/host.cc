@@ -1,6 +1,7 @@
 #include "tools/tarn-host/host.h"
 
 #include "base/logging.h"
+#include "base/posix/unix_domain_socket.h"
 #include "runtime/runtime.h"
 #include "tools/tarn-host/application_host.h"
 #include "tools/tarn-host/component_host.h"
@@ -27,6 +28,8 @@ Host::~Host() {
 }
 
 bool Host::Start(std::string* error) {
+  if (!CheckSocketsAreFree(error))
+    return false;
   started_ = true;
   logging::SetMinLogLevel(config_.min_log_level);
   if (!StartRuntime(error)) {
@@ -85,6 +88,26 @@ std::string Host::ReadyLine() const {
       line += "link " + link.channel + ", ";
   }
   return line + "control " + config_.control_channel + ")";
+}
+
+bool Host::CheckSocketsAreFree(std::string* error) const {
+  std::vector<std::string> paths;
+  for (const ComponentConfig& component : config_.components) {
+    for (const LinkConfig& link : component.links) {
+      if (CreatesSocket(link.mode))
+        paths.push_back(link.channel);
+    }
+  }
+  paths.push_back(config_.control_channel);
+  for (const std::string& path : paths) {
+    if (base::IsSocketServedElsewhere(path)) {
+      *error = "cannot serve " + path +
+               ": Address already in use (another process serves it; is another tarn-host "
+               "running with this configuration?)";
+      return false;
+    }
+  }
+  return true;
 }
 
 bool Host::StartRuntime(std::string* error) {

@@ -29,7 +29,8 @@ class Host {
   Host& operator=(const Host&) = delete;
 
   // Starts everything. On a failure, undoes what was started and returns false with
-  // |*error| saying what failed.
+  // |*error| saying what failed. Refuses, touching nothing, when another process serves
+  // any of the configuration's sockets.
   bool Start(std::string* error);
 
   // Stops everything that was started: the control channel closes, the components are
@@ -41,6 +42,7 @@ class Host {
   std::string ReadyLine() const;
 
  private:
+  bool CheckSocketsAreFree(std::string* error) const;
   bool StartRuntime(std::string* error);
   bool StartComponents(std::string* error);
 

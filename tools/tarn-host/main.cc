@@ -1,7 +1,7 @@
 // tarn-host: runs components the way the TV platform's runtime runs them. It loads each
 // component of its configuration, opens the component's links, registers the application
 // instances the components message, and serves a control channel through which clients
-// invoke registered methods and receive events. SIGINT or SIGTERM stops it cleanly.
+// invoke registered methods and receive events. SIGINT, SIGTERM or SIGHUP stops it cleanly.
 
 #include <signal.h>
 
@@ -36,8 +36,9 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
       "library of the configuration (GetComponent, Init, QueryInterface(\"plugin_manager_itf\"), "
       "OpenLink for each link), registers the application instances they message, and serves "
       "a control channel for invoking registered methods and receiving events. Prints one "
-      "line on stdout once it serves; SIGINT or SIGTERM stops it, destroys the components and "
-      "removes its sockets.\n"
+      "line on stdout once it serves; SIGINT, SIGTERM or SIGHUP stops it, destroys the "
+      "components and removes its sockets. It refuses to start when another process serves "
+      "one of its sockets.\n"
       "Without --config it runs the AV plugin built or installed with it, the built-in "
       "receiver simulator, and its sockets under " +
           control::DefaultSocketDir() +
@@ -113,6 +114,7 @@ int main(int argc, char** argv) {
   LOG_AT(logging::LOG_INFO) << "Stopping on "
                             << (signal_number == SIGINT    ? "SIGINT"
                                 : signal_number == SIGTERM ? "SIGTERM"
+                                : signal_number == SIGHUP  ? "SIGHUP"
                                                            : "a failed wait for a signal");
   host.Stop();
   return kExitOk;

@@ -21,9 +21,10 @@ bool StopSignal::Init(std::string* error) {
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGHUP);
   const int result = pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   if (result != 0) {
-    *error = std::string("cannot block SIGINT and SIGTERM: ") + std::strerror(result);
+    *error = std::string("cannot block the stop signals: ") + std::strerror(result);
     return false;
   }
   fd_ = signalfd(-1, &signals, SFD_CLOEXEC);

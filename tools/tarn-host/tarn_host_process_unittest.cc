@@ -132,8 +132,9 @@ class TarnHostProcessTest : public testing::Test {
   std::string control_;
 };
 
-TEST_F(TarnHostProcessTest, ServesTheControlChannelAndStopsCleanlyOnSigterm) {
-  auto host = Run({"--config", WriteConfig(TARN_AV_PLUGIN_PATH)});
+TEST_F(TarnHostProcessTest, ServesTheControlChannelRefusesASecondHostAndStopsOnSighup) {
+  const std::string config = WriteConfig(TARN_AV_PLUGIN_PATH);
+  auto host = Run({"--config", config});
   ASSERT_EQ("tarn-host: serving (link " + link_ + ", control " + control_ + ")", host->ReadLine());
 
   IPC::SyncClient watcher;
@@ -179,10 +180,20 @@ TEST_F(TarnHostProcessTest, ServesTheControlChannelAndStopsCleanlyOnSigterm) {
       platform.Send(new IPC::SyncMessage(control::kControlRoutingId, control::kLastControlType,
                                          IPC::Message::PRIORITY_NORMAL, nullptr),
                     kTimeout));
+  // A second host with the same configuration is refused and leaves the first one be.
+  auto second = std::make_unique<HostProcess>(std::vector<std::string>{"--config", config},
+                                              dir_ + "/second.log");
+  EXPECT_EQ(1, second->Finish(0));
+  EXPECT_NE(std::string::npos,
+            second->Stderr().find("tarn-host: cannot serve " + link_ +
+                                  ": Address already in use"))
+      << second->Stderr();
   EXPECT_EQ(control::kInvokeOk, Invoke(&platform, "OnDiscovery", "tv-2", &result));
   EXPECT_EQ(35, NextEvent(&watcher).first);
+  IPC::SyncClient late_layer;
+  EXPECT_EQ(IPC::SyncClient::RESULT_OK, late_layer.Connect(link_, kTimeout));
 
-  EXPECT_EQ(0, host->Finish(SIGTERM));
+  EXPECT_EQ(0, host->Finish(SIGHUP));
   EXPECT_EQ("", host->RestOfOutput());
   EXPECT_FALSE(Exists(link_));
   EXPECT_FALSE(Exists(control_));
