@@ -23,7 +23,7 @@ constexpr size_t Channel::kMaximumPeers;
 Channel::Channel(const std::string& channel_name, Mode mode, Listener* listener)
     : channel_name_(channel_name), mode_(mode) {
   if (IsServer())
-    router_ = std::make_unique<ChannelPeerRouter>(channel_name, listener);
+    router_ = std::make_shared<ChannelPeerRouter>(channel_name, listener);
   else
     connection_ = std::make_shared<ChannelConnection>(channel_name, listener);
 }

@@ -167,7 +167,9 @@ class Channel : public Message::Sender {
   // to its I/O loop, which may run after the channel itself is gone.
   std::shared_ptr<ChannelConnection> connection_;
   // A server's peers; null for a client or an accepted peer.
-  std::unique_ptr<ChannelPeerRouter> router_;
+  // Shared with the router's own dispatch, which may outlive the channel by the callback that
+  // destroyed it.
+  std::shared_ptr<ChannelPeerRouter> router_;
 };
 
 }  // namespace IPC

@@ -1,5 +1,6 @@
 #include "ipc/ipc_channel_peer_router.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/message_loop/message_loop.h"
@@ -12,6 +13,7 @@ class ChannelPeerRouter::PeerListener : public Channel::Listener {
   // |router| and |channel| are not owned; the router outlives the listener.
   PeerListener(ChannelPeerRouter* router, Channel* channel) : router_(router), channel_(channel) {}
 
+  // The router may delete this listener while it dispatches; nothing of it is used after.
   bool OnMessageReceived(const Message& message) override {
     router_->Dispatch(channel_, message);
     return true;
@@ -21,6 +23,7 @@ class ChannelPeerRouter::PeerListener : public Channel::Listener {
       listener->OnChannelConnected(peer_pid);
   }
   void OnChannelError() override {
+    router_->OnPeerLeft(channel_);
     if (Channel::Listener* listener = router_->listener())
       listener->OnChannelError();
   }
@@ -54,32 +57,38 @@ bool ChannelPeerRouter::Send(Message* message) {
     delete message;  // the peer that asked left meanwhile
     return false;
   }
-  std::lock_guard<std::mutex> lock(peers_lock_);
-  if (peers_.size() != 1) {
+  std::lock_guard<std::mutex> lock(routable_lock_);
+  if (routable_.size() != 1) {
     delete message;
     return false;
   }
-  return peers_.begin()->first->Send(message);
+  return routable_.front()->Send(message);
+}
+
+size_t ChannelPeerRouter::peer_count() const {
+  std::lock_guard<std::mutex> lock(routable_lock_);
+  return routable_.size();
 }
 
 Channel::Listener* ChannelPeerRouter::OnPeerConnected(Channel* channel) {
   auto peer = std::make_unique<PeerListener>(this, channel);
   PeerListener* raw_peer = peer.get();
-  std::lock_guard<std::mutex> lock(peers_lock_);
   peers_[channel] = std::move(peer);
+  std::lock_guard<std::mutex> lock(routable_lock_);
+  routable_.push_back(channel);
   return raw_peer;
 }
 
 void ChannelPeerRouter::OnPeerDisconnected(Channel* channel) {
+  OnPeerLeft(channel);
+  peers_.erase(channel);
+}
+
+void ChannelPeerRouter::OnPeerLeft(Channel* channel) {
   if (dispatching_peer_ == channel)
     dispatching_peer_ = nullptr;
-  std::unique_ptr<PeerListener> peer;
-  std::lock_guard<std::mutex> lock(peers_lock_);
-  auto it = peers_.find(channel);
-  if (it == peers_.end())
-    return;
-  peer = std::move(it->second);
-  peers_.erase(it);
+  std::lock_guard<std::mutex> lock(routable_lock_);
+  routable_.erase(std::remove(routable_.begin(), routable_.end(), channel), routable_.end());
 }
 
 void ChannelPeerRouter::OnPeerDenied() {
@@ -96,6 +105,8 @@ void ChannelPeerRouter::Dispatch(Channel* channel, const Message& message) {
   Channel::Listener* listener = this->listener();
   if (!listener)
     return;
+  // The listener may close and destroy the channel, and with it the router's owner.
+  std::shared_ptr<ChannelPeerRouter> self = shared_from_this();
   dispatching_ = true;
   dispatching_peer_ = channel;
   listener->OnMessageReceived(message);

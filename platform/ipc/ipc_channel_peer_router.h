@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "ipc/ipc_channel.h"
 #include "ipc/ipc_channel_server.h"
@@ -23,7 +24,8 @@ class MessageLoop;
 
 namespace IPC {
 
-class ChannelPeerRouter : public ChannelServer::Delegate {
+class ChannelPeerRouter : public ChannelServer::Delegate,
+                          public std::enable_shared_from_this<ChannelPeerRouter> {
  public:
   // |listener| is not owned and must outlive the router.
   ChannelPeerRouter(const std::string& path, Channel::Listener* listener);
@@ -35,7 +37,7 @@ class ChannelPeerRouter : public ChannelServer::Delegate {
   // Closes the server and every peer without telling the listener.
   void Close();
   bool Send(Message* message);
-  size_t peer_count() const { return server_.peer_count(); }
+  size_t peer_count() const;
   void SetPeerUidForTesting(uid_t uid) { server_.SetPeerUidForTesting(uid); }
 
   // ChannelServer::Delegate, on the I/O thread:
@@ -49,6 +51,8 @@ class ChannelPeerRouter : public ChannelServer::Delegate {
 
   // |message| from the peer of |channel|, for the listener.
   void Dispatch(Channel* channel, const Message& message);
+  // The peer of |channel| left: nothing more is sent to it.
+  void OnPeerLeft(Channel* channel);
   // The listener, or null once the router is closing.
   Channel::Listener* listener() const;
 
@@ -61,9 +65,13 @@ class ChannelPeerRouter : public ChannelServer::Delegate {
   bool dispatching_ = false;
   Channel* dispatching_peer_ = nullptr;
 
-  // Guards |peers_| against senders on other threads; changed on the I/O thread only.
-  mutable std::mutex peers_lock_;
+  // The peers' listeners, by channel; on the I/O thread only.
   std::map<Channel*, std::unique_ptr<PeerListener>> peers_;
+
+  // The peers that have not left, for senders on any thread; changed on the I/O thread only.
+  // A channel is taken out under |routable_lock_| before it is deleted.
+  mutable std::mutex routable_lock_;
+  std::vector<Channel*> routable_;
 
   // Last, so that it closes before the peers' listeners go.
   ChannelServer server_;
