@@ -14,122 +14,23 @@
 #include <thread>
 #include <vector>
 
-#include "base/json/json_writer.h"
 #include "base/test/child_process.h"
 #include "base/values.h"
 #include "gtest/gtest.h"
 #include "ipc/ipc_message.h"
 #include "ipc/ipc_sync_client.h"
 #include "ipc/ipc_sync_message.h"
-#include "plugin/device/av_plugin/stub/av_messages.h"
+#include "tests/system/host_rig.h"
 
+namespace system_test {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::seconds;
-
-const milliseconds kTimeout(10000);
-
-bool Exists(const std::string& path) {
-  struct stat info;
-  return lstat(path.c_str(), &info) == 0;
-}
-
-// A receiver simulator and a host that reaches it, on sockets of their own.
-class Rig {
- public:
-  explicit Rig(const std::string& name) {
-    dir_ = "/tmp/tarn-e2e-" + std::to_string(getpid()) + "-" + name;
-    mkdir(dir_.c_str(), 0700);
-    cec_ = dir_ + "/cec.sock";
-    link_ = dir_ + "/link.sock";
-    control_ = dir_ + "/control.sock";
-  }
-  ~Rig() {
-    host_.Signal(SIGKILL);
-    sim_.Signal(SIGKILL);
-    host_.Wait(seconds(10));
-    sim_.Wait(seconds(10));
-    for (const std::string& path : {cec_, link_, control_, dir_ + "/config.xml"})
-      unlink(path.c_str());
-    rmdir(dir_.c_str());
-  }
-
-  // Starts the simulator with |sim_options| and the host with a framework reply time limit
-  // of |reply_limit_ms|; true once the host says it serves.
-  bool Start(const std::vector<std::string>& sim_options, int reply_limit_ms) {
-    std::vector<std::string> sim_arguments = {"--socket", cec_};
-    sim_arguments.insert(sim_arguments.end(), sim_options.begin(), sim_options.end());
-    if (!sim_.Start(TARN_CEC_SIM_PATH, sim_arguments) ||
-        !base::test::WaitForUnixSocket(cec_, kTimeout)) {
-      return false;
-    }
-    std::ofstream(dir_ + "/config.xml")
-        << "<config>\n"
-        << "  <option name=\"reply_time_limit_ms\" value=\"" << reply_limit_ms << "\"/>\n"
-        << "  <option name=\"min_log_level\" value=\"LOG_ERROR\"/>\n"
-        << "  <component library=\"" << TARN_AV_PLUGIN_PATH << "\">\n"
-        << "    <link channel=\"" << link_ << "\" mode=\"named_server\"/>\n"
-        << "  </component>\n"
-        << "  <application name=\"nimbara.native.cec\" endpoint=\"unix:" << cec_ << "\"/>\n"
-        << "  <control channel=\"" << control_ << "\"/>\n"
-        << "</config>\n";
-    std::string ready;
-    return host_.Start(TARN_HOST_PATH, {"--config", dir_ + "/config.xml"}) &&
-           host_.ReadLine(kTimeout, &ready) && ready.find("tarn-host: serving") == 0;
-  }
-
-  // Runs avctl against this rig; its stdout, and its exit code in |*exit_code|.
-  std::string Avctl(const std::vector<std::string>& arguments, int* exit_code) {
-    base::test::ChildProcess avctl;
-    std::vector<std::string> all = {"--socket", link_, "--control", control_};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    if (!avctl.Start(TARN_AVCTL_PATH, all))
-      return "<not started>";
-    const std::string out = avctl.ReadRest(kTimeout);
-    *exit_code = avctl.Wait(kTimeout);
-    return out;
-  }
-
-  // The next request the simulator reports, or "<none>" when it reports none in |wait|.
-  std::string NextSimLine(milliseconds wait = kTimeout) {
-    std::string line;
-    return sim_.ReadLine(wait, &line) ? line : "<none>";
-  }
-
-  const std::string& link() const { return link_; }
-  const std::string& control() const { return control_; }
-  base::test::ChildProcess& host() { return host_; }
-
- private:
-  std::string dir_, cec_, link_, control_;
-  base::test::ChildProcess sim_;
-  base::test::ChildProcess host_;
-};
-
-std::string ToJson(const base::Value& value) {
-  std::string json;
-  base::JSONWriter::Write(&value, &json);
-  return json;
-}
-
-// Invokes |method| over |client|; "code result-json", or the client's error.
-std::string Invoke(IPC::SyncClient* client,
-                   const std::string& method,
-                   const base::DictionaryValue& args) {
-  base::DictionaryValue results;
-  int code = -1;
-  const IPC::SyncClient::Result sent =
-      client->Send(new AvMsg_ServiceInvoke(method, args, &results, &code), kTimeout);
-  if (sent != IPC::SyncClient::RESULT_OK)
-    return client->error();
-  return std::to_string(code) + " " + ToJson(results);
-}
 
 class EndToEndTest : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    rig_ = new Rig("main");
+    rig_ = new HostRig("main");
     ASSERT_TRUE(rig_->Start({"--power", "off"}, 3000));
   }
   static void TearDownTestSuite() {
@@ -142,10 +43,10 @@ class EndToEndTest : public testing::Test {
         << client->error();
   }
 
-  static Rig* rig_;
+  static HostRig* rig_;
 };
 
-Rig* EndToEndTest::rig_ = nullptr;
+HostRig* EndToEndTest::rig_ = nullptr;
 
 TEST_F(EndToEndTest, EveryServiceMethodThroughTheWholeChain) {
   struct Row {
@@ -260,7 +161,7 @@ TEST_F(EndToEndTest, MalformedAndUnknownRequestsAreAnsweredAndTheHostKeepsServin
 }
 
 TEST(EndToEndShutdownTest, AReceiverThatDoesNotAnswerThenACleanStop) {
-  Rig rig("mute");
+  HostRig rig("mute");
   ASSERT_TRUE(rig.Start({"--no-reply"}, 500));
   IPC::SyncClient client;
   ASSERT_EQ(IPC::SyncClient::RESULT_OK, client.Connect(rig.link(), kTimeout));
@@ -279,3 +180,4 @@ TEST(EndToEndShutdownTest, AReceiverThatDoesNotAnswerThenACleanStop) {
 }
 
 }  // namespace
+}  // namespace system_test

@@ -1,0 +1,225 @@
+// tarn-host against peers that misbehave: idle, flooding without reading, breaking the
+// framing, a CEC application that dies mid-exchange. Each case checks that the others are
+// served meanwhile and that the host stays within its memory bound.
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/posix/unix_domain_socket.h"
+#include "gtest/gtest.h"
+#include "ipc/ipc_sync_client.h"
+#include "plugin/device/av_plugin/stub/av_messages.h"
+#include "tests/system/host_rig.h"
+
+namespace system_test {
+namespace {
+
+using std::chrono::milliseconds;
+
+// Whether |input| starts with a whole message, and its |*size| with the 20-byte header.
+bool WholeMessageAtFront(const std::string& input, size_t* size) {
+  uint32_t payload = 0;
+  if (input.size() < 20)
+    return false;
+  std::memcpy(&payload, input.data(), sizeof(payload));
+  *size = 20 + payload;
+  return input.size() >= *size;
+}
+
+// A connection to a link that writes whatever it is told and reads only when asked.
+class RawPeer {
+ public:
+  explicit RawPeer(const std::string& path) : fd_(base::ConnectUnixSocket(path)) {}
+  ~RawPeer() {
+    if (fd_ >= 0)
+      close(fd_);
+  }
+  bool connected() const { return fd_ >= 0; }
+
+  // Writes |bytes| whole unless the socket stays full for |patience|; the bytes written.
+  size_t Write(const std::string& bytes, milliseconds patience) {
+    size_t written = 0;
+    while (written < bytes.size()) {
+      const ssize_t count =
+          send(fd_, bytes.data() + written, bytes.size() - written, MSG_NOSIGNAL | MSG_DONTWAIT);
+      if (count > 0) {
+        written += static_cast<size_t>(count);
+        continue;
+      }
+      pollfd entry = {fd_, POLLOUT, 0};
+      if (count < 0 && errno == EAGAIN && poll(&entry, 1, static_cast<int>(patience.count())) > 0)
+        continue;
+      break;
+    }
+    return written;
+  }
+
+  // Reads the host's hello and then counts whole messages until |count| have come; the
+  // number that came within kTimeout.
+  size_t CountMessages(size_t count) {
+    std::string input;
+    size_t seen = 0;
+    bool hello = true;
+    char buffer[65536];
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
+    while (seen < count && std::chrono::steady_clock::now() < deadline) {
+      size_t size = 0;
+      while (WholeMessageAtFront(input, &size)) {
+        input.erase(0, size);
+        seen += hello ? 0 : 1;
+        hello = false;
+      }
+      pollfd entry = {fd_, POLLIN, 0};
+      if (seen == count || poll(&entry, 1, 100) <= 0)
+        continue;
+      const ssize_t read = recv(fd_, buffer, sizeof(buffer), MSG_DONTWAIT);
+      if (read <= 0)
+        break;
+      input.append(buffer, static_cast<size_t>(read));
+    }
+    return seen;
+  }
+
+  // Whether the host closes the connection within kTimeout; what it sent first is skipped.
+  bool ClosedByHost() {
+    char buffer[4096];
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+      pollfd entry = {fd_, POLLIN, 0};
+      if (poll(&entry, 1, 100) <= 0)
+        continue;
+      const ssize_t count = recv(fd_, buffer, sizeof(buffer), MSG_DONTWAIT);
+      if (count == 0 || (count < 0 && errno == ECONNRESET))
+        return true;
+    }
+    return false;
+  }
+
+ private:
+  int fd_;
+};
+
+std::string RequestBytes(const std::string& method) {
+  base::DictionaryValue results;
+  int code = 0;
+  AvMsg_ServiceInvoke request(method, *Args("x"), &results, &code);
+  return std::string(static_cast<const char*>(request.data()), request.size());
+}
+
+// One host for the cases that need a willing receiver.
+class HostilePeersTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    rig_ = new HostRig("hostile");
+    ASSERT_TRUE(rig_->Start({}, 1000));
+  }
+  static void TearDownTestSuite() {
+    delete rig_;
+    rig_ = nullptr;
+  }
+
+  // Whether a new client is served while whatever the test set up goes on.
+  static bool AnotherClientIsServed() {
+    IPC::SyncClient client;
+    return client.Connect(rig_->link(), kTimeout) == IPC::SyncClient::RESULT_OK &&
+           Invoke(&client, "GetSpeakerVolume", *Args("x")) == R"(0 {"speaker_volume":0})";
+  }
+
+  static HostRig* rig_;
+};
+
+HostRig* HostilePeersTest::rig_ = nullptr;
+
+TEST_F(HostilePeersTest, AnIdlePeerHoldsNobodyUp) {
+  RawPeer idle(rig_->link());
+  ASSERT_TRUE(idle.connected());
+  EXPECT_TRUE(AnotherClientIsServed());
+  int exit_code = -1;
+  EXPECT_EQ(
+      "{\"code\":0,\"result\":{\"speaker_volume\":0}}\n",
+      rig_->Avctl({"--timeout", "2000", "invoke", "GetSpeakerVolume", "device_id=x"}, &exit_code));
+}
+
+TEST_F(HostilePeersTest, APeerThatNeverReadsCostsABoundedAmountOfMemory) {
+  const long before_kib = rig_->HostResidentKib();
+  ASSERT_GT(before_kib, 0);
+  // Up to 64 MiB of requests, written until the host stops reading them.
+  std::string batch;
+  const std::string request = RequestBytes("GetSpeakerVolume");
+  while (batch.size() < 256 * 1024)
+    batch += request;
+  RawPeer flood(rig_->link());
+  ASSERT_TRUE(flood.connected());
+  size_t sent = 0;
+  for (int i = 0; i < 256; ++i) {
+    const size_t written = flood.Write(batch, milliseconds(500));
+    sent += written;
+    if (written < batch.size())
+      break;
+  }
+  EXPECT_LT(sent, 64u * 1024 * 1024) << "the host never stopped reading";
+  EXPECT_TRUE(AnotherClientIsServed());
+  // The output queue's bound (256 KiB) and the socket buffers, with room for the allocator.
+  EXPECT_LT(rig_->HostResidentKib() - before_kib, 16 * 1024);
+  // The peer was paused, not dropped: once it reads, every whole request is answered.
+  const size_t requests = sent / request.size();
+  EXPECT_EQ(requests, flood.CountMessages(requests));
+}
+
+TEST_F(HostilePeersTest, PeersThatBreakTheFramingLoseOnlyTheirOwnConnections) {
+  const std::string request = RequestBytes("GetMicVolume");
+  // Header: payload_size, routing, type, flags, num_fds.
+  const std::string oversize = std::string("\xff\xff\xff\x7f", 4) + std::string(16, '\0');
+  std::string with_fds(20, '\0');
+  with_fds[16] = 1;
+  const std::string cases[] = {oversize, with_fds, request.substr(0, request.size() / 2),
+                               std::string(64, '\xee')};
+  std::vector<std::thread> peers;
+  std::vector<int> closed(8, 0);
+  for (size_t i = 0; i < closed.size(); ++i) {
+    peers.emplace_back([&, i] {
+      RawPeer peer(rig_->link());
+      const std::string& bytes = cases[i % 4];
+      if (!peer.connected() || peer.Write(bytes, kTimeout) != bytes.size())
+        return;
+      if (i % 4 == 2) {
+        closed[i] = 1;  // leaves in the middle of a message
+        return;
+      }
+      closed[i] = peer.ClosedByHost() ? 1 : 0;
+    });
+  }
+  EXPECT_TRUE(AnotherClientIsServed());
+  for (std::thread& peer : peers)
+    peer.join();
+  EXPECT_EQ(std::vector<int>(closed.size(), 1), closed);
+  EXPECT_TRUE(AnotherClientIsServed());
+}
+
+TEST(HostilePeersRestartTest, ASimulatorKilledMidExchangeFailsThatRequestAndIsServedOnceBack) {
+  HostRig rig("restart");
+  ASSERT_TRUE(rig.Start({"--delay-ms", "60000"}, 30000));
+  IPC::SyncClient client;
+  ASSERT_EQ(IPC::SyncClient::RESULT_OK, client.Connect(rig.link(), kTimeout));
+  std::string reply;
+  std::thread exchange(
+      [&] { reply = Invoke(&client, "SetPowerState", *Args("x", "power_state", "on")); });
+  // The request reached the receiver, which now waits out its delay.
+  EXPECT_EQ(R"({"name":"set_cec_receiver_on_off","args":{"onoff":true}})", rig.NextSimLine());
+  rig.KillSimulator();
+  exchange.join();
+  EXPECT_EQ("100 {}", reply);
+  ASSERT_TRUE(rig.StartSimulator({"--power", "on"}));
+  EXPECT_EQ(R"(0 {"power_state":"on"})", Invoke(&client, "GetPowerState", *Args("x")));
+}
+
+}  // namespace
+}  // namespace system_test
