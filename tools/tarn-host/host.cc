@@ -1,5 +1,10 @@
 #include "tools/tarn-host/host.h"
 
+#include <errno.h>
+#include <sys/stat.h>
+
+#include <cstring>
+
 #include "base/logging.h"
 #include "base/posix/unix_domain_socket.h"
 #include "runtime/runtime.h"
@@ -18,6 +23,20 @@ bool CreatesSocket(IPC::Channel::Mode mode) {
   return mode == IPC::Channel::MODE_SERVER || mode == IPC::Channel::MODE_NAMED_SERVER;
 }
 
+// Creates the missing folders on the way to the socket file |path|, each private to the
+// user (0700). False, with |*error| set, when one cannot be made.
+bool CreateSocketFolder(const std::string& path, std::string* error) {
+  for (std::string::size_type slash = path.find('/', 1); slash != std::string::npos;
+       slash = path.find('/', slash + 1)) {
+    const std::string folder = path.substr(0, slash);
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+      *error = "cannot create the socket folder " + folder + ": " + std::strerror(errno);
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 Host::Host(const HostConfig& config, const std::string& config_path)
@@ -28,7 +47,7 @@ Host::~Host() {
 }
 
 bool Host::Start(std::string* error) {
-  if (!CheckSocketsAreFree(error))
+  if (!PrepareSocketPaths(error))
     return false;
   started_ = true;
   logging::SetMinLogLevel(config_.min_log_level);
@@ -90,7 +109,7 @@ std::string Host::ReadyLine() const {
   return line + "control " + config_.control_channel + ")";
 }
 
-bool Host::CheckSocketsAreFree(std::string* error) const {
+bool Host::PrepareSocketPaths(std::string* error) const {
   std::vector<std::string> paths;
   for (const ComponentConfig& component : config_.components) {
     for (const LinkConfig& link : component.links) {
@@ -100,10 +119,13 @@ bool Host::CheckSocketsAreFree(std::string* error) const {
   }
   paths.push_back(config_.control_channel);
   for (const std::string& path : paths) {
-    if (base::IsSocketServedElsewhere(path)) {
-      *error = "cannot serve " + path +
-               ": Address already in use (another process serves it; is another tarn-host "
-               "running with this configuration?)";
+    std::string reason;
+    if (!CreateSocketFolder(path, error))
+      return false;
+    if (!base::CheckListeningPath(path, &reason)) {
+      *error = "cannot serve " + reason;
+      if (reason.find("Address already in use") != std::string::npos)
+        *error += "; is another tarn-host running with this configuration?";
       return false;
     }
   }

@@ -29,8 +29,9 @@ class Host {
   Host& operator=(const Host&) = delete;
 
   // Starts everything. On a failure, undoes what was started and returns false with
-  // |*error| saying what failed. Refuses, touching nothing, when another process serves
-  // any of the configuration's sockets.
+  // |*error| saying what failed. Creates the missing folders of the sockets; refuses,
+  // touching nothing else, when one of the sockets cannot be served (another process
+  // serves it, something else is at its path).
   bool Start(std::string* error);
 
   // Stops everything that was started: the control channel closes, the components are
@@ -42,7 +43,7 @@ class Host {
   std::string ReadyLine() const;
 
  private:
-  bool CheckSocketsAreFree(std::string* error) const;
+  bool PrepareSocketPaths(std::string* error) const;
   bool StartRuntime(std::string* error);
   bool StartComponents(std::string* error);
 

@@ -254,6 +254,17 @@ TEST_F(TarnHostProcessTest, WithoutAConfigurationItRunsTheDefaultAndCanPrintIt) 
       << printed;
   EXPECT_FALSE(Exists(sockets));  // printing creates nothing
 
+  // What it prints runs as a configuration of its own, folders and all.
+  const std::string printed_path = dir_ + "/printed.xml";
+  std::ofstream(printed_path) << printed;
+  auto from_file = Run({"--config", printed_path});
+  ASSERT_EQ("tarn-host: serving (link " + sockets + "/av_plugin.sock, control " + sockets +
+                "/control.sock)",
+            from_file->ReadLine())
+      << from_file->Stderr();
+  EXPECT_EQ(0, from_file->Finish(SIGTERM));
+  ASSERT_EQ(0, rmdir(sockets.c_str()));
+
   auto host = Run({});
   ASSERT_EQ("tarn-host: serving (link " + sockets + "/av_plugin.sock, control " + sockets +
                 "/control.sock)",

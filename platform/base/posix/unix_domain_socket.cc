@@ -70,21 +70,8 @@ bool IsStale(const std::string& path) {
   return errno == ECONNREFUSED || errno == ENOENT;
 }
 
-// Makes room for a new socket file at |path|. False, with |*error| set, when something other
-// than a socket is there or another process's server listens on it.
+// Makes room for a new socket file at |path|, which CheckListeningPath() accepted.
 bool ClearSocketPath(const std::string& path, std::string* error) {
-  struct stat existing;
-  if (lstat(path.c_str(), &existing) != 0)
-    return true;
-  if (!S_ISSOCK(existing.st_mode)) {
-    *error = path + ": not a socket";
-    return false;
-  }
-  const SocketFileId file{existing.st_dev, existing.st_ino};
-  if (!OwnSocketFiles::Get()->Contains(file) && !IsStale(path)) {
-    *error = ErrorText(path, EADDRINUSE) + " (another process serves it)";
-    return false;
-  }
   if (unlink(path.c_str()) != 0 && errno != ENOENT) {
     *error = "cannot replace " + ErrorText(path, errno);
     return false;
@@ -135,15 +122,42 @@ bool IsSocketServedElsewhere(const std::string& path) {
          !IsStale(path);
 }
 
-int CreateListeningSocket(const std::string& path, SocketFileId* file, std::string* error) {
+bool CheckListeningPath(const std::string& path, std::string* error) {
   sockaddr_un address;
   socklen_t length;
   if (!FillUnixAddress(path, &address, &length)) {
     *error = "not a usable socket path: \"" + path + "\"";
-    return -1;
+    return false;
   }
-  if (!ClearSocketPath(path, error))
+  const std::string::size_type slash = path.rfind('/');
+  const std::string directory = slash == std::string::npos ? "."
+                                : slash == 0               ? "/"
+                                                           : path.substr(0, slash);
+  struct stat existing;
+  if (stat(directory.c_str(), &existing) != 0 || !S_ISDIR(existing.st_mode)) {
+    *error = path + ": the folder " + directory + " does not exist";
+    return false;
+  }
+  if (lstat(path.c_str(), &existing) != 0)
+    return true;
+  if (!S_ISSOCK(existing.st_mode)) {
+    *error = path + ": not a socket";
+    return false;
+  }
+  const SocketFileId file{existing.st_dev, existing.st_ino};
+  if (!OwnSocketFiles::Get()->Contains(file) && !IsStale(path)) {
+    *error = ErrorText(path, EADDRINUSE) + " (another process serves it)";
+    return false;
+  }
+  return true;
+}
+
+int CreateListeningSocket(const std::string& path, SocketFileId* file, std::string* error) {
+  if (!CheckListeningPath(path, error) || !ClearSocketPath(path, error))
     return -1;
+  sockaddr_un address;
+  socklen_t length;
+  FillUnixAddress(path, &address, &length);
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (fd < 0) {
     *error = "cannot make a socket for " + ErrorText(path, errno);

@@ -52,6 +52,11 @@ int ConnectUnixSocket(const std::string& path);
 // Whether a server in another process listens at |path| now.
 bool IsSocketServedElsewhere(const std::string& path);
 
+// Whether a server of this process could listen at |path| now under the policy above,
+// changing nothing; false with |*error| saying why not (the path is unusable, its folder
+// is missing, something other than a socket is there, another process serves it).
+bool CheckListeningPath(const std::string& path, std::string* error);
+
 // Creates a non-blocking, close-on-exec stream socket listening at |path| under the policy
 // above. Returns its descriptor and sets |*file|, or returns -1 with |*error| saying why
 // ("PATH: Address already in use", "PATH: not a socket", ...).

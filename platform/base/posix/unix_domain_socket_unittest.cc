@@ -95,14 +95,16 @@ TEST(UnixDomainSocketTest, WhatMayAlreadyBeAtTheSocketPath) {
        true, "Address already in use"},
       {"regular file", [](const std::string& path) { std::ofstream(path) << "keep me"; }, false,
        "not a socket"},
-      {"directory", [](const std::string& path) { ASSERT_EQ(0, mkdir(path.c_str(), 0700)); },
-       false, "not a socket"},
+      {"directory", [](const std::string& path) { ASSERT_EQ(0, mkdir(path.c_str(), 0700)); }, false,
+       "not a socket"},
   };
   for (const auto& test_case : kCases) {
     SCOPED_TRACE(test_case.name);
     const std::string path = NewPath("policy");
     test_case.prepare(path);
     EXPECT_EQ(test_case.served_elsewhere, IsSocketServedElsewhere(path));
+    std::string check_error;
+    EXPECT_EQ(test_case.refusal == nullptr, CheckListeningPath(path, &check_error));
     struct stat before = {};
     lstat(path.c_str(), &before);
     SocketFileId file;
@@ -137,10 +139,22 @@ TEST(UnixDomainSocketTest, WhatMayAlreadyBeAtTheSocketPath) {
     rmdir(path.c_str());
   }
   umask(old_umask);
-  std::string error;
-  SocketFileId file;
-  EXPECT_LT(CreateListeningSocket(std::string(120, 'x'), &file, &error), 0);
-  EXPECT_NE(std::string::npos, error.find("not a usable socket path")) << error;
+  const struct {
+    std::string path;
+    std::string error;
+  } kUnusable[] = {
+      {std::string(120, 'x'), "not a usable socket path: \"" + std::string(120, 'x') + "\""},
+      {"/tmp/tarn-no-such-folder/s",
+       "/tmp/tarn-no-such-folder/s: the folder "
+       "/tmp/tarn-no-such-folder does not exist"},
+  };
+  for (const auto& unusable : kUnusable) {
+    std::string error;
+    EXPECT_FALSE(CheckListeningPath(unusable.path, &error));
+    EXPECT_EQ(unusable.error, error);
+    SocketFileId file;
+    EXPECT_LT(CreateListeningSocket(unusable.path, &file, &error), 0);
+  }
 }
 
 }  // namespace
