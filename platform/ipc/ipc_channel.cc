@@ -71,6 +71,10 @@ size_t Channel::peer_count() const {
   return connection_->is_connected() ? 1 : 0;
 }
 
+int32_t Channel::peer_pid() const {
+  return router_ ? router_->dispatching_peer_pid() : connection_->peer_pid();
+}
+
 void Channel::SetPeerUidForTesting(uid_t uid) {
   if (router_)
     router_->SetPeerUidForTesting(uid);

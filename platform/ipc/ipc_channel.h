@@ -135,6 +135,10 @@ class Channel : public Message::Sender {
   // The peers connected now: a client's server counts as one. Any thread.
   size_t peer_count() const;
 
+  // The pid of the peer whose message is being dispatched (a server's), or of the peer (a
+  // client's), as its hello gave it; -1 when there is none. On the I/O thread.
+  int32_t peer_pid() const;
+
   // Makes a server require |uid| of its peers instead of its own effective uid, so that a
   // test can see a peer refused. Call before Connect(); a client ignores it.
   void SetPeerUidForTesting(uid_t uid);

@@ -238,8 +238,8 @@ bool ChannelConnection::DispatchMessage(const Message& message) {
     DropPeer();
     return false;
   }
-  if (!hello_received_) {
-    hello_received_ = true;
+  if (peer_pid_ < 0) {
+    peer_pid_ = pid;
     listener_->OnChannelConnected(pid);
   }
   return true;

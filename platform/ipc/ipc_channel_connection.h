@@ -67,6 +67,9 @@ class ChannelConnection : public base::MessageLoop::Watcher,
   // Whether the peer is connected: true from Connect() or Serve() until it leaves.
   bool is_connected() const { return connected_.load(); }
 
+  // The pid the peer's hello carried, or -1 before it arrived. On the I/O thread.
+  int32_t peer_pid() const { return peer_pid_; }
+
   // base::MessageLoop::Watcher:
   void OnFileCanReadWithoutBlocking(int fd) override;
   void OnFileCanWriteWithoutBlocking(int fd) override;
@@ -120,7 +123,7 @@ class ChannelConnection : public base::MessageLoop::Watcher,
   base::MessageLoop::FileDescriptorWatcher write_watcher_;
   std::string pending_input_;  // read but not dispatched yet: a partial message, or paused
   bool reading_paused_ = false;
-  bool hello_received_ = false;
+  int32_t peer_pid_ = -1;  // -1 until the peer's hello arrives
   bool torn_down_ = false;
 
   std::mutex send_lock_;

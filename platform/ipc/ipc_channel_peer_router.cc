@@ -70,6 +70,10 @@ size_t ChannelPeerRouter::peer_count() const {
   return routable_.size();
 }
 
+int32_t ChannelPeerRouter::dispatching_peer_pid() const {
+  return dispatching_peer_ ? dispatching_peer_->peer_pid() : -1;
+}
+
 Channel::Listener* ChannelPeerRouter::OnPeerConnected(Channel* channel) {
   auto peer = std::make_unique<PeerListener>(this, channel);
   PeerListener* raw_peer = peer.get();

@@ -38,6 +38,8 @@ class ChannelPeerRouter : public ChannelServer::Delegate,
   void Close();
   bool Send(Message* message);
   size_t peer_count() const;
+  // The pid of the peer whose message is being dispatched, or -1. On the I/O thread.
+  int32_t dispatching_peer_pid() const;
   void SetPeerUidForTesting(uid_t uid) { server_.SetPeerUidForTesting(uid); }
 
   // ChannelServer::Delegate, on the I/O thread:

@@ -74,6 +74,8 @@ class ChannelTest : public ::testing::Test {
 };
 
 TEST_F(ChannelTest, HellosTravelBothWaysAndTheListenerGetsThePeersPid) {
+  int32_t pid_while_dispatching = 0;
+  listener_.set_on_message([&](const Message&) { pid_while_dispatching = channel_->peer_pid(); });
   ASSERT_TRUE(StartServer());
   RawClient client;
   ASSERT_TRUE(client.Connect(path_));
@@ -92,6 +94,8 @@ TEST_F(ChannelTest, HellosTravelBothWaysAndTheListenerGetsThePeersPid) {
   const Events events = listener_.events();
   // Only the first hello counts, and no hello reaches OnMessageReceived.
   EXPECT_EQ(std::vector<int32_t>{4242}, events.connected_pids);
+  io_thread_.PostTaskAndWait(FROM_HERE, [] {});  // the callback has finished
+  EXPECT_EQ(4242, pid_while_dispatching);
   EXPECT_EQ(100u, events.messages[0].type());
   for (base::MessageLoop* loop : events.callback_loops)
     EXPECT_EQ(io_thread_.message_loop(), loop);
