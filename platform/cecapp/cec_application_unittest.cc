@@ -1,0 +1,537 @@
+#include "cecapp/cec_application.h"
+
+#include <linux/cec.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "base/logging.h"
+#include "base/test/log_capture.h"
+#include "cecapp/test/fake_cec_adapter.h"
+#include "gtest/gtest.h"
+#include "tvapp/application_base.h"
+
+namespace cecapp {
+namespace {
+
+using ORVELL0300::CMessage;
+using Outcome = FakeCecAdapter::Outcome;
+using std::chrono::milliseconds;
+
+OCString Utf8(const char* text) {
+  return OCString(text, OCString::kTextEncodingUtf8);
+}
+
+CMessage Request(const char* name, const char* key, const CMessage::Value& value) {
+  CMessage request;
+  request.SetName(Utf8(name));
+  request.AddEntry(Utf8(key), value);
+  return request;
+}
+
+CMessage OnOff(bool on) {
+  return Request("set_cec_receiver_on_off", "onoff", on);
+}
+
+CMessage PowerStatus() {
+  return Request("get_cec_receiver_power_status", "powerstatus", 0L);
+}
+
+CMessage SoundMode(long mode) {
+  return Request("set_smart_home_sound_mode", "sound mode", mode);
+}
+
+Outcome Errno(int error) {
+  Outcome outcome;
+  outcome.error = error;
+  return outcome;
+}
+
+Outcome Sent(uint8_t tx_status) {
+  Outcome outcome;
+  outcome.tx_status = tx_status;
+  return outcome;
+}
+
+Outcome Replied(uint8_t rx_status, const std::vector<uint8_t>& frame = {}) {
+  Outcome outcome;
+  outcome.rx_status = rx_status;
+  outcome.reply = frame;
+  return outcome;
+}
+
+const uint8_t kNackRetries = CEC_TX_STATUS_NACK | CEC_TX_STATUS_MAX_RETRIES;
+
+// "05 8f", and for a frame that awaits a reply " -> 90 in 1000 ms".
+std::string FrameText(const cec_msg& message) {
+  std::string text;
+  char byte[4];
+  for (uint32_t i = 0; i < message.len; ++i) {
+    std::snprintf(byte, sizeof(byte), "%s%02x", i ? " " : "", message.msg[i]);
+    text += byte;
+  }
+  if (message.reply != 0 || message.timeout != 0) {
+    std::snprintf(byte, sizeof(byte), "%02x", message.reply);
+    text += std::string(" -> ") + byte + " in " + std::to_string(message.timeout) + " ms";
+  }
+  return text;
+}
+
+// The reply's entries in order: "return=true power status=1".
+std::string ReplyText(const CMessage& reply) {
+  std::string text;
+  for (const CMessage::Entry& entry : reply.entries()) {
+    text += (text.empty() ? "" : " ") + entry.key.text() + "=";
+    if (const bool* value = std::get_if<bool>(&entry.value))
+      text += *value ? "true" : "false";
+    else if (const long* number = std::get_if<long>(&entry.value))
+      text += std::to_string(*number);
+    else
+      text += "?";
+  }
+  return text;
+}
+
+CecConfig TestConfig() {
+  CecConfig config;
+  config.device_path = "/dev/cec0";
+  config.sound_mode_commands[2] = {0x89, 0x12, 0x34};
+  return config;
+}
+
+// Each request: the frames it puts on the bus, what the kernel makes of them, the reply,
+// and the cause named in the error line (none when it worked).
+TEST(CecApplicationTest, RequestFramesOutcomesAndReplies) {
+  const struct {
+    const char* what;
+    CMessage request;
+    std::vector<Outcome> kernel;
+    std::vector<std::string> frames;
+    std::string reply;
+    std::string cause;
+    uint8_t own_address = 0;
+    int type = ORVELL0300::kMessageTypeQuery;
+  } rows[] = {
+      // Power on and off.
+      {"on", OnOff(true), {}, {"05 44 6d", "05 45"}, "return=true", ""},
+      {"off", OnOff(false), {}, {"05 36"}, "return=true", ""},
+      {"off from the second TV's address", OnOff(false), {}, {"e5 36"}, "return=true", "", 14},
+      {"on, pressed not acknowledged",
+       OnOff(true),
+       {Sent(kNackRetries)},
+       {"05 44 6d"},
+       "return=false",
+       "not acknowledged: no device answers at logical address 5"},
+      {"on, released lost arbitration",
+       OnOff(true),
+       {Outcome(), Sent(CEC_TX_STATUS_ARB_LOST | CEC_TX_STATUS_MAX_RETRIES)},
+       {"05 44 6d", "05 45"},
+       "return=false",
+       "arbitration lost"},
+      {"off, not acknowledged",
+       OnOff(false),
+       {Sent(kNackRetries)},
+       {"05 36"},
+       "return=false",
+       "<Standby> to logical address 5 failed: not acknowledged"},
+      {"off, aborted",
+       OnOff(false),
+       {Sent(CEC_TX_STATUS_ABORTED)},
+       {"05 36"},
+       "return=false",
+       "aborted: the adapter was unconfigured or the HDMI cable disconnected"},
+      {"off, every other fault",
+       OnOff(false),
+       {Sent(CEC_TX_STATUS_LOW_DRIVE | CEC_TX_STATUS_ERROR | CEC_TX_STATUS_TIMEOUT |
+             CEC_TX_STATUS_MAX_RETRIES)},
+       {"05 36"},
+       "return=false",
+       "low drive: a follower signalled an error; timed out in the adapter's driver; "
+       "transmit error"},
+      {"off, no physical address",
+       OnOff(false),
+       {Errno(ENONET)},
+       {"05 36"},
+       "return=false",
+       "not configured: it has no physical address"},
+      {"off, adapter removed",
+       OnOff(false),
+       {Errno(ENODEV)},
+       {"05 36"},
+       "return=false",
+       "the adapter was removed"},
+      {"off, adapter held",
+       OnOff(false),
+       {Errno(EBUSY)},
+       {"05 36"},
+       "return=false",
+       "the adapter is busy"},
+      {"off, adapter without a logical address",
+       OnOff(false),
+       {},
+       {},
+       "return=false",
+       "not configured: it has no logical address",
+       CEC_LOG_ADDR_INVALID},
+      // The power status.
+      {"status on",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_OK, {0x50, 0x90, 0x00})},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=true power status=1",
+       ""},
+      {"status going on",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_OK, {0x50, 0x90, 0x02})},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=true power status=1",
+       ""},
+      {"status standby",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_OK, {0x50, 0x90, 0x01})},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=true power status=0",
+       ""},
+      {"status going to standby",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_OK, {0x50, 0x90, 0x03})},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=true power status=0",
+       ""},
+      {"status out of range",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_OK, {0x50, 0x90, 0x04})},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=false",
+       "carries no known power status (3 bytes)"},
+      {"status without its operand",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_OK, {0x50, 0x90})},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=false",
+       "carries no known power status (2 bytes)"},
+      {"status refused",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_OK | CEC_RX_STATUS_FEATURE_ABORT, {0x50, 0x00, 0x8f, 0x04})},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=false",
+       "refused with <Feature Abort>, reason 4"},
+      {"status unanswered",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_TIMEOUT)},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=false",
+       "<Give Device Power Status> to logical address 5 failed: no reply within 1000 ms"},
+      {"status wait aborted",
+       PowerStatus(),
+       {Replied(CEC_RX_STATUS_ABORTED)},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=false",
+       "the wait for the reply was aborted"},
+      {"status not acknowledged",
+       PowerStatus(),
+       {Sent(kNackRetries)},
+       {"05 8f -> 90 in 1000 ms"},
+       "return=false",
+       "not acknowledged"},
+      // Sound modes: only a configured vendor command goes out.
+      {"sound mode without a command",
+       SoundMode(1),
+       {},
+       {},
+       "return=false",
+       "sound mode 1 not set: HDMI-CEC has no standard sound-mode message"},
+      {"sound mode with a command", SoundMode(2), {}, {"05 89 12 34"}, "return=true", ""},
+      {"sound mode command not acknowledged",
+       SoundMode(2),
+       {Sent(kNackRetries)},
+       {"05 89 12 34"},
+       "return=false",
+       "(89 12 34) to logical address 5 failed"},
+      // Requests that are not understood send nothing.
+      {"unknown request",
+       Request("set_volume", "level", 3L),
+       {},
+       {},
+       "return=false",
+       "refused \"set_volume\""},
+      {"on/off not a bool",
+       Request("set_cec_receiver_on_off", "onoff", 1L),
+       {},
+       {},
+       "return=false",
+       "refused \"set_cec_receiver_on_off\""},
+      {"sound mode not a long",
+       Request("set_smart_home_sound_mode", "sound mode", true),
+       {},
+       {},
+       "return=false",
+       "refused \"set_smart_home_sound_mode\""},
+      {"another message type",
+       OnOff(false),
+       {},
+       {},
+       "return=false",
+       "refused a message of type 7",
+       0,
+       7},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    auto adapter = std::make_unique<FakeCecAdapter>(row.own_address);
+    FakeCecAdapter* fake = adapter.get();
+    for (const Outcome& outcome : row.kernel)
+      fake->AddOutcome(outcome);
+    CecApplication application(std::move(adapter), TestConfig());
+    logging::ScopedLogCapture log;
+    std::string error;
+    ASSERT_TRUE(application.Start(&error)) << error;
+    log.Clear();
+
+    CMessage reply;
+    EXPECT_TRUE(application.OnMessage(row.type, row.request, &reply));
+
+    std::vector<std::string> frames;
+    for (const cec_msg& message : fake->sent)
+      frames.push_back(FrameText(message));
+    EXPECT_EQ(row.frames, frames);
+    EXPECT_EQ(row.reply, ReplyText(reply));
+    std::string errors;
+    for (const auto& line : log.lines()) {
+      if (line.severity == logging::LOG_ERROR)
+        errors += line.message + "\n";
+    }
+    if (row.cause.empty())
+      EXPECT_EQ("", errors);
+    else
+      EXPECT_NE(std::string::npos, errors.find(row.cause)) << errors;
+  }
+}
+
+// The kernel's waits end before the sender gives up: the reply wait shrinks to what is
+// left after the kernel's transmit limit, and nothing is sent when too little is left.
+TEST(CecApplicationTest, KernelWaitsFitTheDeadline) {
+  const struct {
+    CMessage request;
+    int time_left_ms;
+    long min_wait_ms;  // -1: nothing is sent
+    long max_wait_ms;
+  } rows[] = {
+      {PowerStatus(), 5000, 1000, 1000}, {PowerStatus(), 2700, 500, 600},
+      {PowerStatus(), 2150, -1, -1},     {OnOff(false), 2300, 0, 0},
+      {OnOff(false), 2000, -1, -1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.time_left_ms);
+    auto adapter = std::make_unique<FakeCecAdapter>();
+    FakeCecAdapter* fake = adapter.get();
+    fake->AddOutcome(Replied(CEC_RX_STATUS_OK, {0x50, 0x90, 0x00}));
+    CecApplication application(std::move(adapter), TestConfig());
+    logging::ScopedLogCapture log;
+    std::string error;
+    ASSERT_TRUE(application.Start(&error)) << error;
+    log.Clear();
+
+    CMessage reply;
+    application.Answer(ORVELL0300::kMessageTypeQuery, row.request,
+                       std::chrono::steady_clock::now() + milliseconds(row.time_left_ms), &reply);
+    if (row.min_wait_ms < 0) {
+      EXPECT_TRUE(fake->sent.empty());
+      EXPECT_EQ("return=false", ReplyText(reply));
+      EXPECT_EQ(
+          1, log.Count(std::string("CEC application: ") +
+                       (row.request == OnOff(false) ? "<Standby>" : "<Give Device Power Status>") +
+                       " to logical address 5 failed: too little time left before the "
+                       "request's deadline; nothing sent"));
+      continue;
+    }
+    ASSERT_EQ(1u, fake->sent.size());
+    EXPECT_GE(long{fake->sent[0].timeout}, row.min_wait_ms);
+    EXPECT_LE(long{fake->sent[0].timeout}, row.max_wait_ms);
+  }
+
+  // OnMessage gives each request the configured time limit.
+  CecConfig config = TestConfig();
+  config.time_limit = milliseconds(2000);
+  auto adapter = std::make_unique<FakeCecAdapter>();
+  FakeCecAdapter* fake = adapter.get();
+  CecApplication application(std::move(adapter), config);
+  std::string error;
+  ASSERT_TRUE(application.Start(&error)) << error;
+  CMessage reply;
+  application.OnMessage(ORVELL0300::kMessageTypeQuery, OnOff(false), &reply);
+  EXPECT_TRUE(fake->sent.empty());
+}
+
+// Start() claims one logical address of the configured type, or keeps the adapter's.
+TEST(CecApplicationTest, StartClaimsALogicalAddress) {
+  const struct {
+    const char* what;
+    DeviceType type;
+    uint8_t claimed;
+    int configured;  // the address the adapter has already, or -1
+    uint32_t capabilities;
+    int mode_error;
+    int claim_error;
+    // The claim's address type, primary device type and all-device-types, or -1.
+    int claim[3];
+    bool started;
+    std::string message;  // the error, or the log line
+  } rows[] = {
+      {"tv",
+       DeviceType::kTv,
+       0,
+       -1,
+       CEC_CAP_TRANSMIT | CEC_CAP_LOG_ADDRS,
+       0,
+       0,
+       {CEC_LOG_ADDR_TYPE_TV, CEC_OP_PRIM_DEVTYPE_TV, CEC_OP_ALL_DEVTYPE_TV},
+       true,
+       "/dev/cec0 claimed logical address 0"},
+      {"tv, address 0 taken",
+       DeviceType::kTv,
+       14,
+       -1,
+       CEC_CAP_TRANSMIT | CEC_CAP_LOG_ADDRS,
+       0,
+       0,
+       {CEC_LOG_ADDR_TYPE_TV, CEC_OP_PRIM_DEVTYPE_TV, CEC_OP_ALL_DEVTYPE_TV},
+       true,
+       "/dev/cec0 claimed logical address 14"},
+      {"second tv",
+       DeviceType::kSpecific,
+       14,
+       -1,
+       CEC_CAP_TRANSMIT,
+       0,
+       0,
+       {CEC_LOG_ADDR_TYPE_SPECIFIC, CEC_OP_PRIM_DEVTYPE_TV, CEC_OP_ALL_DEVTYPE_TV},
+       true,
+       "/dev/cec0 claimed logical address 14"},
+      {"playback",
+       DeviceType::kPlayback,
+       4,
+       -1,
+       CEC_CAP_TRANSMIT,
+       0,
+       0,
+       {CEC_LOG_ADDR_TYPE_PLAYBACK, CEC_OP_PRIM_DEVTYPE_PLAYBACK, CEC_OP_ALL_DEVTYPE_PLAYBACK},
+       true,
+       "/dev/cec0 claimed logical address 4"},
+      {"recording",
+       DeviceType::kRecording,
+       1,
+       -1,
+       CEC_CAP_TRANSMIT,
+       0,
+       0,
+       {CEC_LOG_ADDR_TYPE_RECORD, CEC_OP_PRIM_DEVTYPE_RECORD, CEC_OP_ALL_DEVTYPE_RECORD},
+       true,
+       "/dev/cec0 claimed logical address 1"},
+      {"tuner",
+       DeviceType::kTuner,
+       3,
+       -1,
+       CEC_CAP_TRANSMIT,
+       0,
+       0,
+       {CEC_LOG_ADDR_TYPE_TUNER, CEC_OP_PRIM_DEVTYPE_TUNER, CEC_OP_ALL_DEVTYPE_TUNER},
+       true,
+       "/dev/cec0 claimed logical address 3"},
+      {"no physical address",
+       DeviceType::kTv,
+       CEC_LOG_ADDR_INVALID,
+       -1,
+       CEC_CAP_TRANSMIT,
+       0,
+       0,
+       {CEC_LOG_ADDR_TYPE_TV, CEC_OP_PRIM_DEVTYPE_TV, CEC_OP_ALL_DEVTYPE_TV},
+       true,
+       "/dev/cec0 has no physical address yet; it claims a tv logical address once it is "
+       "connected"},
+      {"configured already",
+       DeviceType::kTv,
+       0,
+       4,
+       CEC_CAP_TRANSMIT,
+       0,
+       0,
+       {-1, -1, -1},
+       true,
+       "/dev/cec0 is configured already; using its logical address 4 as it is (tv is not "
+       "claimed)"},
+      {"cannot transmit",
+       DeviceType::kTv,
+       0,
+       -1,
+       CEC_CAP_LOG_ADDRS,
+       0,
+       0,
+       {-1, -1, -1},
+       false,
+       "/dev/cec0 cannot transmit"},
+      {"held exclusively",
+       DeviceType::kTv,
+       0,
+       -1,
+       CEC_CAP_TRANSMIT,
+       EBUSY,
+       0,
+       {-1, -1, -1},
+       false,
+       "cannot take /dev/cec0 as an initiator: Device or resource busy"},
+      {"claim refused",
+       DeviceType::kTv,
+       0,
+       -1,
+       CEC_CAP_TRANSMIT,
+       0,
+       ENOTTY,
+       {CEC_LOG_ADDR_TYPE_TV, CEC_OP_PRIM_DEVTYPE_TV, CEC_OP_ALL_DEVTYPE_TV},
+       false,
+       "cannot claim a tv logical address on /dev/cec0: Inappropriate ioctl for device"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    auto adapter = std::make_unique<FakeCecAdapter>(row.claimed);
+    FakeCecAdapter* fake = adapter.get();
+    if (row.configured >= 0)
+      fake->SetConfigured(static_cast<uint8_t>(row.configured));
+    fake->capabilities = row.capabilities;
+    fake->mode_error = row.mode_error;
+    fake->claim_error = row.claim_error;
+    CecConfig config = TestConfig();
+    config.device_type = row.type;
+    CecApplication application(std::move(adapter), config);
+    logging::ScopedLogCapture log;
+
+    std::string error;
+    EXPECT_EQ(row.started, application.Start(&error));
+    if (row.started)
+      EXPECT_EQ(1, log.Count(row.message)) << ::testing::PrintToString(log.messages());
+    else
+      EXPECT_EQ(row.message, error);
+
+    if (row.capabilities & CEC_CAP_TRANSMIT)
+      EXPECT_EQ(std::vector<uint32_t>{CEC_MODE_INITIATOR | CEC_MODE_NO_FOLLOWER}, fake->modes);
+    else
+      EXPECT_TRUE(fake->modes.empty());
+    if (row.claim[0] < 0) {
+      EXPECT_TRUE(fake->claims.empty());
+      continue;
+    }
+    ASSERT_EQ(1u, fake->claims.size());
+    const cec_log_addrs& claim = fake->claims[0];
+    EXPECT_EQ(1, claim.num_log_addrs);
+    EXPECT_EQ(row.claim[0], claim.log_addr_type[0]);
+    EXPECT_EQ(row.claim[1], claim.primary_device_type[0]);
+    EXPECT_EQ(row.claim[2], claim.all_device_types[0]);
+    EXPECT_EQ(CEC_OP_CEC_VERSION_2_0, claim.cec_version);
+    EXPECT_EQ(CEC_VENDOR_ID_NONE, claim.vendor_id);
+    EXPECT_EQ(uint32_t{CEC_LOG_ADDRS_FL_ALLOW_UNREG_FALLBACK}, claim.flags);
+    EXPECT_STREQ("Tarn", claim.osd_name);
+  }
+}
+
+}  // namespace
+}  // namespace cecapp
