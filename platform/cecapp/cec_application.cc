@@ -45,6 +45,15 @@ CecApplication::CecApplication(std::unique_ptr<CecAdapter> adapter, const CecCon
 CecApplication::~CecApplication() = default;
 
 bool CecApplication::Start(std::string* error) {
+  const std::chrono::milliseconds needed = CecInitiator::kTransmitLimit + config_.reply_timeout;
+  if (config_.time_limit < needed) {
+    LOG_AT(logging::LOG_WARNING)
+        << "CEC application: the framework's time limit of " << config_.time_limit.count()
+        << " ms is shorter than the kernel's transmit limit and the reply wait (" << needed.count()
+        << " ms): the reply wait is cut short, and below "
+        << (CecInitiator::kTransmitLimit + CecInitiator::kShortestReplyWait).count()
+        << " ms the power status is never asked";
+  }
   return initiator_.Claim(error);
 }
 
