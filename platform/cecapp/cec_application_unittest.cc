@@ -116,6 +116,7 @@ TEST(CecApplicationTest, RequestFramesOutcomesAndReplies) {
       {"on", OnOff(true), {}, {"05 44 6d", "05 45"}, "return=true", ""},
       {"off", OnOff(false), {}, {"05 36"}, "return=true", ""},
       {"off from the second TV's address", OnOff(false), {}, {"e5 36"}, "return=true", "", 14},
+      {"off from the unregistered address", OnOff(false), {}, {"f5 36"}, "return=true", "", 15},
       {"on, pressed not acknowledged",
        OnOff(true),
        {Sent(kNackRetries)},

@@ -72,6 +72,12 @@ cec_msg Frame(uint8_t initiator, uint8_t destination, const std::vector<uint8_t>
   return message;
 }
 
+// Whether the adapter holds a logical address; the unregistered address 15 counts. An
+// adapter without a physical address has none, whatever it was asked to claim.
+bool HasLogicalAddress(const cec_log_addrs& addresses) {
+  return addresses.num_log_addrs > 0 && addresses.log_addr[0] != CEC_LOG_ADDR_INVALID;
+}
+
 std::string AddressList(const cec_log_addrs& addresses) {
   std::string list;
   for (unsigned i = 0; i < addresses.num_log_addrs && i < CEC_MAX_LOG_ADDRS; ++i)
@@ -180,7 +186,7 @@ bool CecInitiator::Claim(std::string* error) {
              " logical address on " + device + ": " + std::strerror(result);
     return false;
   }
-  if (claim.log_addr_mask == 0) {
+  if (!HasLogicalAddress(claim)) {
     LOG_AT(logging::LOG_WARNING) << device << " has no physical address yet; it claims a "
                                  << DeviceTypeName(config_.device_type)
                                  << " logical address once it is connected";
@@ -208,7 +214,7 @@ CecInitiator::Outcome CecInitiator::Send(uint8_t destination,
     outcome.cause = TransmitErrorCause(result);
     return outcome;
   }
-  if (addresses.log_addr_mask == 0) {
+  if (!HasLogicalAddress(addresses)) {
     outcome.cause =
         "the adapter is not configured: it has no logical address (is the HDMI cable "
         "connected?)";

@@ -19,7 +19,9 @@ readonly TIME_LIMIT_MS=5000  # reply_time_limit_ms in CONFIG
 readonly TO_AUDIO='Transmitted by TV to Audio System (0 to 5): '
 
 passed=0
-host_pid= follower_pid= monitor_pid=
+host_pid=''
+follower_pid=''
+monitor_pid=''
 
 say() {
   printf 'kernel-cec: %s\n' "$*"
@@ -199,7 +201,9 @@ test_stop() {
   wait "$host_pid" || status=$?
   host_pid=
   [ "$status" -eq 0 ] || fail "tarn-host exited with $status on SIGTERM"
-  [ ! -e "$LINK" ] && [ ! -e "$CONTROL" ] || fail "tarn-host left its sockets behind"
+  if [ -e "$LINK" ] || [ -e "$CONTROL" ]; then
+    fail "tarn-host left its sockets behind"
+  fi
   pass "tarn-host stops cleanly on SIGTERM"
 }
 
