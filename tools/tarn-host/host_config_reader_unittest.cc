@@ -190,12 +190,8 @@ TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
        "not \"99\""},
       {Config(ok_tail + kCec + ">\n<mode/>\n</application>\n"),
        "f.xml:7: unknown element <mode> in <application>"},
-      {Config(ok_tail + kCec + ">\n<sound_mode command='89'/>\n</application>\n"),
-       "f.xml:7: <sound_mode> needs a \"number\" attribute"},
       {Config(ok_tail + kCec + ">\n<sound_mode number='5' command='89'/>\n</application>\n"),
        "f.xml:7: \"number\" must be a sound mode from 0 to 4, not \"5\""},
-      {Config(ok_tail + kCec + ">\n<sound_mode number='1'/>\n</application>\n"),
-       "f.xml:7: <sound_mode> needs a \"command\" attribute"},
       {Config(ok_tail + kCec + ">\n<sound_mode number='1' command='89 1'/>\n</application>\n"),
        "f.xml:7: the command \"89 1\" must be 1 to 15 bytes of two hexadecimal digits, separated "
        "by blanks"},
