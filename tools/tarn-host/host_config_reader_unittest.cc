@@ -78,18 +78,6 @@ TEST(HostConfigReaderTest, ReadsEveryElementInOrder) {
   EXPECT_EQ("a \"b\" <c> & 'd'", again.options["quoted"]);
   EXPECT_EQ(config.reply_time_limit, again.reply_time_limit);
   EXPECT_EQ(commands, again.applications[2].cec.sound_mode_commands);
-
-  // The kernel CEC application's defaults: a TV talking to the audio system.
-  ASSERT_TRUE(HostConfigReader::Parse(
-      "<config><component library='p'><link channel='/l' mode='server'/></component>"
-      "<application name='nimbara.native.cec' endpoint='cec:/dev/cec0'/>"
-      "<control channel='/c'/></config>",
-      "min.xml", &config, &error))
-      << error;
-  EXPECT_EQ(cecapp::DeviceType::kTv, config.applications[0].cec.device_type);
-  EXPECT_EQ(5, config.applications[0].cec.audio_address);
-  EXPECT_EQ(1000, config.applications[0].cec.reply_timeout.count());
-  EXPECT_TRUE(config.applications[0].cec.sound_mode_commands.empty());
 }
 
 // A configuration with one line per element, so that errors name predictable lines.
