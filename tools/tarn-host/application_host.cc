@@ -1,9 +1,13 @@
 #include "tools/tarn-host/application_host.h"
 
 #include "base/logging.h"
+#include "cecapp/cec_application.h"
+#include "cecapp/cec_device.h"
 #include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tools/tarn-host/host_config.h"
+#include "tvapp/application_base.h"
 #include "tvapp/instance_directory.h"
+#include "tvapp/query_handle.h"
 
 namespace tarn_host {
 
@@ -24,6 +28,9 @@ bool ApplicationHost::Add(const ApplicationConfig& config, std::string* error) {
     receivers_.push_back(std::move(receiver));
     LOG_AT(logging::LOG_INFO) << "Application " << config.name
                               << " is the built-in receiver simulator";
+  } else if (config.endpoint == ApplicationConfig::kKernelCec) {
+    if (!AddKernelCec(config, error))
+      return false;
   } else {
     if (!directory->AddRemoteInstance(config.name, config.socket_path)) {
       *error = "cannot register the application " + config.name + " at " + config.socket_path;
@@ -44,6 +51,30 @@ void ApplicationHost::RemoveAll() {
     ORVELL0300::CInstanceDirectory::GetInstance()->RemoveInstance(*it);
   names_.clear();
   receivers_.clear();
+  cec_applications_.clear();
+}
+
+bool ApplicationHost::AddKernelCec(const ApplicationConfig& config, std::string* error) {
+  cecapp::CecConfig cec = config.cec;
+  // The application's sender is in this process; it waits as long as the framework lets it.
+  cec.time_limit = CQueryHandle::GetApplication()->GetReplyTimeLimit();
+  std::unique_ptr<cecapp::CecDevice> device = cecapp::CecDevice::Open(cec.device_path, error);
+  auto application =
+      device ? std::make_unique<cecapp::CecApplication>(std::move(device), cec) : nullptr;
+  if (!application || !application->Start(error)) {
+    *error = "application " + config.name + ": " + *error;
+    return false;
+  }
+  if (!ORVELL0300::CInstanceDirectory::GetInstance()->AddLocalInstance(config.name,
+                                                                       application.get())) {
+    *error = "cannot register the application " + config.name;
+    return false;
+  }
+  cec_applications_.push_back(std::move(application));
+  LOG_AT(logging::LOG_INFO) << "Application " << config.name << " is the kernel CEC application on "
+                            << cec.device_path << ", talking to logical address "
+                            << int{cec.audio_address};
+  return true;
 }
 
 }  // namespace tarn_host

@@ -57,8 +57,33 @@ std::string Quoted(const std::string& text) {
 }
 
 std::string EndpointText(const ApplicationConfig& application) {
-  return application.endpoint == ApplicationConfig::kBuiltin ? "builtin"
-                                                             : "unix:" + application.socket_path;
+  switch (application.endpoint) {
+    case ApplicationConfig::kBuiltin:
+      return "builtin";
+    case ApplicationConfig::kUnixSocket:
+      return "unix:" + application.socket_path;
+    case ApplicationConfig::kKernelCec:
+      break;
+  }
+  return "cec:" + application.cec.device_path;
+}
+
+// The <application> element, with the kernel CEC application's settings when it has them.
+void WriteApplication(const ApplicationConfig& application, std::ostringstream* xml) {
+  *xml << "  <application name=" << Quoted(application.name)
+       << " endpoint=" << Quoted(EndpointText(application));
+  if (application.endpoint != ApplicationConfig::kKernelCec) {
+    *xml << "/>\n";
+    return;
+  }
+  const cecapp::CecConfig& cec = application.cec;
+  *xml << " device_type=" << Quoted(cecapp::DeviceTypeName(cec.device_type))
+       << " audio_address=" << Quoted(std::to_string(cec.audio_address))
+       << " reply_timeout_ms=" << Quoted(std::to_string(cec.reply_timeout.count())) << ">\n";
+  for (const auto& command : cec.sound_mode_commands)
+    *xml << "    <sound_mode number=" << Quoted(std::to_string(command.first))
+         << " command=" << Quoted(cecapp::CommandText(command.second)) << "/>\n";
+  *xml << "  </application>\n";
 }
 
 }  // namespace
@@ -84,8 +109,7 @@ std::string HostConfig::ToXml() const {
     xml << "  </component>\n";
   }
   for (const ApplicationConfig& application : applications)
-    xml << "  <application name=" << Quoted(application.name)
-        << " endpoint=" << Quoted(EndpointText(application)) << "/>\n";
+    WriteApplication(application, &xml);
   xml << "  <control channel=" << Quoted(control_channel) << "/>\n";
   xml << "</config>\n";
   return xml.str();

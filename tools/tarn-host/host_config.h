@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "cecapp/cec_config.h"
 #include "ipc/ipc_channel.h"
 
 namespace tarn_host {
@@ -36,11 +37,13 @@ struct ApplicationConfig {
   enum Endpoint {
     kBuiltin,     // served in this process by the built-in receiver simulator
     kUnixSocket,  // served by another process on |socket_path|
+    kKernelCec,   // served in this process over the kernel's CEC adapter |cec.device_path|
   };
 
   std::string name;
   Endpoint endpoint = kBuiltin;
   std::string socket_path;  // for kUnixSocket only
+  cecapp::CecConfig cec;    // for kKernelCec only
 };
 
 struct HostConfig {

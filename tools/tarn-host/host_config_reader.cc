@@ -24,6 +24,8 @@ using tinyxml2::XMLElement;
 const size_t kMaxSocketPathLength = sizeof(sockaddr_un::sun_path) - 1;
 const char kBuiltinEndpoint[] = "builtin";
 const char kUnixEndpointPrefix[] = "unix:";
+const char kCecEndpointPrefix[] = "cec:";
+// The attributes of <application>; a kernel CEC application has more.
 
 // Reads one document; stops at the first fault, which it describes in |*error|.
 class Reader {
@@ -35,8 +37,18 @@ class Reader {
  private:
   bool Fail(int line, const std::string& what);
 
+  // Fails on an attribute of |element| that is not in |known|.
+  bool CheckAttributes(const XMLElement* element, std::initializer_list<const char*> known);
   // Fails on an attribute of |element| that is not in |known|, and on a child element.
   bool CheckShape(const XMLElement* element, std::initializer_list<const char*> known);
+  // Sets |*value| to the optional attribute |name| of |element|, a whole number from
+  // |min| to |max| (|what| describes it in the error); leaves it alone when not given.
+  bool Number(const XMLElement* element,
+              const char* name,
+              long min,
+              long max,
+              const std::string& what,
+              long* value);
   // Sets |*value| to the attribute |name| of |element|, which must be there and not empty.
   bool Required(const XMLElement* element, const char* name, std::string* value);
   // |path|, given in |element|'s attribute |name|, must fit a Unix socket address and not
@@ -47,6 +59,9 @@ class Reader {
   bool ReadComponent(const XMLElement* element, HostConfig* config);
   bool ReadLink(const XMLElement* element, ComponentConfig* component);
   bool ReadApplication(const XMLElement* element, HostConfig* config);
+  // The settings of the kernel CEC application: attributes and <sound_mode> children.
+  bool ReadCecApplication(const XMLElement* element, cecapp::CecConfig* cec);
+  bool ReadSoundMode(const XMLElement* element, cecapp::CecConfig* cec);
   bool ReadControl(const XMLElement* element, HostConfig* config);
 
   const std::string name_;
@@ -104,7 +119,7 @@ bool Reader::Fail(int line, const std::string& what) {
   return false;
 }
 
-bool Reader::CheckShape(const XMLElement* element, std::initializer_list<const char*> known) {
+bool Reader::CheckAttributes(const XMLElement* element, std::initializer_list<const char*> known) {
   for (const XMLAttribute* attribute = element->FirstAttribute(); attribute;
        attribute = attribute->Next()) {
     bool found = false;
@@ -114,6 +129,12 @@ bool Reader::CheckShape(const XMLElement* element, std::initializer_list<const c
       return Fail(attribute->GetLineNum(), "unknown attribute " + Quote(attribute->Name()) +
                                                " on <" + element->Name() + ">");
   }
+  return true;
+}
+
+bool Reader::CheckShape(const XMLElement* element, std::initializer_list<const char*> known) {
+  if (!CheckAttributes(element, known))
+    return false;
   const XMLElement* child = element->FirstChildElement();
   if (child != nullptr)
     return Fail(child->GetLineNum(), "unknown element <" + std::string(child->Name()) + "> in <" +
@@ -216,16 +237,54 @@ bool Reader::ReadLink(const XMLElement* element, ComponentConfig* component) {
   return true;
 }
 
+bool Reader::Number(const XMLElement* element,
+                    const char* name,
+                    long min,
+                    long max,
+                    const std::string& what,
+                    long* value) {
+  const char* text = element->Attribute(name);
+  if (text == nullptr)
+    return true;
+  const std::string digits = text;
+  if (digits.empty() || digits.size() > 9 ||
+      digits.find_first_not_of("0123456789") != std::string::npos || std::stol(digits) < min ||
+      std::stol(digits) > max) {
+    return Fail(AttributeLine(element, name), Quote(name) + " must be " + what + " from " +
+                                                  std::to_string(min) + " to " +
+                                                  std::to_string(max) + ", not " + Quote(text));
+  }
+  *value = std::stol(digits);
+  return true;
+}
+
 bool Reader::ReadApplication(const XMLElement* element, HostConfig* config) {
   ApplicationConfig application;
   std::string endpoint;
-  if (!CheckShape(element, {"name", "endpoint"}) || !Required(element, "name", &application.name) ||
+  const char* given_endpoint = element->Attribute("endpoint");
+  const std::string cec_prefix = kCecEndpointPrefix;
+  const bool kernel_cec = given_endpoint && std::string(given_endpoint).rfind(cec_prefix, 0) == 0;
+  const bool shaped = kernel_cec ? CheckAttributes(element, {"name", "endpoint", "device_type",
+                                                             "audio_address", "reply_timeout_ms"})
+                                 : CheckShape(element, {"name", "endpoint"});
+  if (!shaped || !Required(element, "name", &application.name) ||
       !Required(element, "endpoint", &endpoint)) {
     return false;
   }
   const int line = AttributeLine(element, "endpoint");
   const std::string prefix = kUnixEndpointPrefix;
-  if (endpoint == kBuiltinEndpoint) {
+  if (kernel_cec) {
+    if (application.name != cec_sim::kCecApplicationName)
+      return Fail(line, "the kernel CEC application can only be " +
+                            Quote(cec_sim::kCecApplicationName) + ", not " +
+                            Quote(application.name));
+    application.endpoint = ApplicationConfig::kKernelCec;
+    application.cec.device_path = endpoint.substr(cec_prefix.size());
+    if (application.cec.device_path.empty())
+      return Fail(line, "the device path in the \"endpoint\" attribute of <application> is empty");
+    if (!ReadCecApplication(element, &application.cec))
+      return false;
+  } else if (endpoint == kBuiltinEndpoint) {
     if (application.name != cec_sim::kCecApplicationName)
       return Fail(line, "no built-in application " + Quote(application.name) +
                             "; the built-in one is " + Quote(cec_sim::kCecApplicationName));
@@ -237,7 +296,7 @@ bool Reader::ReadApplication(const XMLElement* element, HostConfig* config) {
       return false;
   } else {
     return Fail(line, "unknown endpoint " + Quote(endpoint) +
-                          "; expected \"builtin\" or \"unix:SOCKET-PATH\"");
+                          "; expected \"builtin\", \"unix:SOCKET-PATH\" or \"cec:DEVICE\"");
   }
   auto inserted = applications_.emplace(application.name, element->GetLineNum());
   if (!inserted.second)
@@ -245,6 +304,51 @@ bool Reader::ReadApplication(const XMLElement* element, HostConfig* config) {
                                            " is already given at line " +
                                            std::to_string(inserted.first->second));
   config->applications.push_back(application);
+  return true;
+}
+
+bool Reader::ReadCecApplication(const XMLElement* element, cecapp::CecConfig* cec) {
+  const char* type = element->Attribute("device_type");
+  if (type != nullptr && !cecapp::DeviceTypeFromName(type, &cec->device_type))
+    return Fail(AttributeLine(element, "device_type"),
+                "unknown device type " + Quote(type) +
+                    "; expected tv, specific, playback, recording or tuner");
+  long address = cec->audio_address;
+  long timeout = cec->reply_timeout.count();
+  if (!Number(element, "audio_address", 0, 14, "a logical address", &address) ||
+      !Number(element, "reply_timeout_ms", 100, cecapp::kMaxReplyTimeoutMs,
+              "a whole number of milliseconds", &timeout)) {
+    return false;
+  }
+  cec->audio_address = static_cast<uint8_t>(address);
+  cec->reply_timeout = std::chrono::milliseconds(timeout);
+  for (const XMLElement* child = element->FirstChildElement(); child;
+       child = child->NextSiblingElement()) {
+    if (std::strcmp(child->Name(), "sound_mode") != 0)
+      return Fail(child->GetLineNum(),
+                  "unknown element <" + std::string(child->Name()) + "> in <application>");
+    if (!ReadSoundMode(child, cec))
+      return false;
+  }
+  return true;
+}
+
+bool Reader::ReadSoundMode(const XMLElement* element, cecapp::CecConfig* cec) {
+  std::string number_text;
+  std::string command_text;
+  long number = -1;
+  std::vector<uint8_t> command;
+  if (!CheckShape(element, {"number", "command"}) || !Required(element, "number", &number_text) ||
+      !Number(element, "number", 0, cecapp::kMaxSoundMode, "a sound mode", &number) ||
+      !Required(element, "command", &command_text)) {
+    return false;
+  }
+  if (!cecapp::CommandFromText(command_text, &command))
+    return Fail(AttributeLine(element, "command"),
+                "the command " + Quote(command_text) +
+                    " must be 1 to 15 bytes of two hexadecimal digits, separated by blanks");
+  if (!cec->sound_mode_commands.emplace(number, command).second)
+    return Fail(element->GetLineNum(), "sound mode " + std::to_string(number) + " is given twice");
   return true;
 }
 

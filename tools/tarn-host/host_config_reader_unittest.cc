@@ -23,8 +23,13 @@ const char kValid[] = R"(<?xml version="1.0"?>
   <component library="libother.so">
     <link channel="/tmp/c.sock" mode="server"/>
   </component>
-  <application name="nimbara.native.cec" endpoint="builtin"/>
+  <application name="my.app" endpoint="unix:/tmp/my.sock"/>
   <application name="other.app" endpoint="unix:/tmp/other &amp; more.sock"/>
+  <application name="nimbara.native.cec" endpoint="cec:/dev/cec1" device_type="playback"
+               audio_address="14" reply_timeout_ms="2500">
+    <sound_mode number="4" command="A0 00 80 45 0a"/>
+    <sound_mode number="0" command="89 00"/>
+  </application>
   <control channel="/tmp/control.sock"/>
 </config>
 )";
@@ -50,11 +55,19 @@ TEST(HostConfigReaderTest, ReadsEveryElementInOrder) {
   EXPECT_EQ("libother.so", config.components[1].library);
   EXPECT_EQ(IPC::Channel::MODE_SERVER, config.components[1].links[0].mode);
 
-  ASSERT_EQ(2u, config.applications.size());
-  EXPECT_EQ("nimbara.native.cec", config.applications[0].name);
-  EXPECT_EQ(ApplicationConfig::kBuiltin, config.applications[0].endpoint);
+  ASSERT_EQ(3u, config.applications.size());
+  EXPECT_EQ("my.app", config.applications[0].name);
   EXPECT_EQ(ApplicationConfig::kUnixSocket, config.applications[1].endpoint);
   EXPECT_EQ("/tmp/other & more.sock", config.applications[1].socket_path);
+  const cecapp::CecConfig& cec = config.applications[2].cec;
+  EXPECT_EQ(ApplicationConfig::kKernelCec, config.applications[2].endpoint);
+  EXPECT_EQ("/dev/cec1", cec.device_path);
+  EXPECT_EQ(cecapp::DeviceType::kPlayback, cec.device_type);
+  EXPECT_EQ(14, cec.audio_address);
+  EXPECT_EQ(2500, cec.reply_timeout.count());
+  const std::map<long, std::vector<uint8_t>> commands = {{0, {0x89, 0x00}},
+                                                         {4, {0xa0, 0x00, 0x80, 0x45, 0x0a}}};
+  EXPECT_EQ(commands, cec.sound_mode_commands);
   EXPECT_EQ("/tmp/control.sock", config.control_channel);
 
   // What --print-config writes reads back to the same configuration.
@@ -64,6 +77,7 @@ TEST(HostConfigReaderTest, ReadsEveryElementInOrder) {
   EXPECT_EQ(config.ToXml(), again.ToXml());
   EXPECT_EQ("a \"b\" <c> & 'd'", again.options["quoted"]);
   EXPECT_EQ(config.reply_time_limit, again.reply_time_limit);
+  EXPECT_EQ(commands, again.applications[2].cec.sound_mode_commands);
 }
 
 // A configuration with one line per element, so that errors name predictable lines.
@@ -79,6 +93,10 @@ const char kControl[] = "<control channel=\"/t/c\"/>\n";
 TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
   const std::string ok_tail = std::string(kComponent) + kControl;  // lines 2 to 5
   const std::string long_path = "/tmp/" + std::string(103, 'x');   // 108 bytes
+  const std::string kCec = "<application name='nimbara.native.cec' endpoint='cec:/dev/cec0' ";
+  std::string sixteen_bytes = "89";
+  for (int i = 1; i < 16; ++i)
+    sixteen_bytes += " 00";
   const struct {
     std::string text;
     std::string error;
@@ -138,11 +156,41 @@ TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
       {Config(ok_tail + "<application name='nimbara.native.cec'/>\n"),
        "f.xml:6: <application> needs a \"endpoint\" attribute"},
       {Config(ok_tail + "<application name='nimbara.native.cec' endpoint='tcp:1'/>\n"),
-       "f.xml:6: unknown endpoint \"tcp:1\"; expected \"builtin\" or \"unix:SOCKET-PATH\""},
+       "f.xml:6: unknown endpoint \"tcp:1\"; expected \"builtin\", \"unix:SOCKET-PATH\" or "
+       "\"cec:DEVICE\""},
       {Config(ok_tail + "<application name='nimbara.native.cec' endpoint='unix:'/>\n"),
        "f.xml:6: the socket path in the \"endpoint\" attribute of <application> is empty"},
       {Config(ok_tail + "<application name='my.app' endpoint='builtin'/>\n"),
        "f.xml:6: no built-in application \"my.app\"; the built-in one is \"nimbara.native.cec\""},
+      // The kernel CEC application.
+      {Config(ok_tail + "<application name='my.app' endpoint='cec:/dev/cec0'/>\n"),
+       "f.xml:6: the kernel CEC application can only be \"nimbara.native.cec\", not \"my.app\""},
+      {Config(ok_tail + "<application name='nimbara.native.cec' endpoint='cec:'/>\n"),
+       "f.xml:6: the device path in the \"endpoint\" attribute of <application> is empty"},
+      {Config(ok_tail + "<application name='x' endpoint='unix:/s' device_type='tv'/>\n"),
+       "f.xml:6: unknown attribute \"device_type\" on <application>"},
+      {Config(ok_tail + kCec + "device_type='TV'/>\n"),
+       "f.xml:6: unknown device type \"TV\"; expected tv, specific, playback, recording or tuner"},
+      {Config(ok_tail + kCec + "audio_address='15'/>\n"),
+       "f.xml:6: \"audio_address\" must be a logical address from 0 to 14, not \"15\""},
+      {Config(ok_tail + kCec + "reply_timeout_ms='99'/>\n"),
+       "f.xml:6: \"reply_timeout_ms\" must be a whole number of milliseconds from 100 to 10000, "
+       "not \"99\""},
+      {Config(ok_tail + kCec + ">\n<mode/>\n</application>\n"),
+       "f.xml:7: unknown element <mode> in <application>"},
+      {Config(ok_tail + kCec + ">\n<sound_mode number='5' command='89'/>\n</application>\n"),
+       "f.xml:7: \"number\" must be a sound mode from 0 to 4, not \"5\""},
+      {Config(ok_tail + kCec + ">\n<sound_mode number='1' command='89 1'/>\n</application>\n"),
+       "f.xml:7: the command \"89 1\" must be 1 to 15 bytes of two hexadecimal digits, separated "
+       "by blanks"},
+      {Config(ok_tail + kCec + ">\n<sound_mode number='1' command='" + sixteen_bytes +
+              "'/>\n</application>\n"),
+       "f.xml:7: the command \"" + sixteen_bytes +
+           "\" must be 1 to 15 bytes of two hexadecimal digits, separated by blanks"},
+      {Config(ok_tail + kCec +
+              ">\n<sound_mode number='1' command='89'/>\n"
+              "<sound_mode number='1' command='8a'/>\n</application>\n"),
+       "f.xml:8: sound mode 1 is given twice"},
       {Config(ok_tail + "<application name='a' endpoint='unix:/s1'/>\n"
                         "<application name='a' endpoint='unix:/s2'/>\n"),
        "f.xml:7: application \"a\" is already given at line 6"},
