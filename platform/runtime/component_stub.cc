@@ -1,11 +1,29 @@
 #include "runtime/component_stub.h"
 
+#include <atomic>
+#include <chrono>
+
 #include "base/logging.h"
+#include "base/message_loop/message_loop.h"
 #include "base/synchronization/waitable_event.h"
 #include "base/threading/thread.h"
 #include "ipc/ipc_sync_message.h"
+#include "runtime/link_observer.h"
 
 namespace runtime {
+
+namespace {
+
+std::atomic<LinkObserver*> g_link_observer{nullptr};
+
+}  // namespace
+
+LinkObserver::~LinkObserver() = default;
+
+// static
+void ComponentStub::SetLinkObserver(LinkObserver* observer) {
+  g_link_observer.store(observer);
+}
 
 ComponentStub::ComponentStub(const std::string& channel_name,
                              IPC::Channel::Mode mode,
@@ -35,21 +53,40 @@ bool ComponentStub::Init() {
 }
 
 bool ComponentStub::OnMessageReceived(const IPC::Message& message) {
+  LinkObserver* observer = g_link_observer.load();
+  if (!observer) {
+    MessageHandlerHelper(message);
+    return true;
+  }
+  const auto start = std::chrono::steady_clock::now();
+  observing_ = true;
   MessageHandlerHelper(message);
+  observing_ = false;
+  const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(
+      std::chrono::steady_clock::now() - start);
+  observer->OnLinkExchange(channel_name_, channel_ ? channel_->peer_pid() : -1, message,
+                           observed_reply_.get(), elapsed);
+  observed_reply_.reset();
   return true;
 }
 
 void ComponentStub::OnChannelConnected(int32_t peer_pid) {
   LOG_AT(logging::LOG_INFO) << "Link " << channel_name_ << " connected to pid " << peer_pid;
+  if (LinkObserver* observer = g_link_observer.load())
+    observer->OnLinkPeerConnected(channel_name_, peer_pid);
   if (connected_)
     connected_->Signal();
 }
 
 void ComponentStub::OnChannelError() {
   LOG_AT(logging::LOG_INFO) << "Link " << channel_name_ << " lost its peer";
+  if (LinkObserver* observer = g_link_observer.load())
+    observer->OnLinkPeerLeft(channel_name_);
 }
 
 bool ComponentStub::Send(IPC::Message* message) {
+  if (message && base::MessageLoop::current() == first_thread_->message_loop() && observing_)
+    observed_reply_ = std::make_unique<IPC::Message>(*message);
   if (!channel_) {
     delete message;
     return false;

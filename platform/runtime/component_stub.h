@@ -25,6 +25,8 @@ class WaitableEvent;
 
 namespace runtime {
 
+class LinkObserver;
+
 class ComponentStub : public IPC::Channel::Listener, public IPC::Message::Sender {
  public:
   // |first_thread| accepts, reads and dispatches the link's messages; |second_thread| is the
@@ -66,6 +68,10 @@ class ComponentStub : public IPC::Channel::Listener, public IPC::Message::Sender
   // message with an error reply.
   virtual void MessageHandlerHelper(const IPC::Message& message);
 
+  // Makes |observer| (not owned; null for none) hear of every exchange on every stub's link
+  // in this process. Set it before links open and clear it after they have closed.
+  static void SetLinkObserver(LinkObserver* observer);
+
   const std::string& channel_name() const { return channel_name_; }
   base::Thread* first_thread() const { return first_thread_; }
   base::Thread* second_thread() const { return second_thread_; }
@@ -77,6 +83,9 @@ class ComponentStub : public IPC::Channel::Listener, public IPC::Message::Sender
   base::Thread* const second_thread_;      // not owned
   base::WaitableEvent* const connected_;   // not owned; may be null
   std::unique_ptr<IPC::Channel> channel_;  // owned; created by Init()
+  // While an observed message is dispatched, on the first thread: a copy of the reply sent.
+  bool observing_ = false;
+  std::unique_ptr<IPC::Message> observed_reply_;
 };
 
 }  // namespace runtime

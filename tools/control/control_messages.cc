@@ -39,6 +39,19 @@ bool ControlMsg_Subscribe::ReadSendParam(const IPC::Message* msg, SendParam* p) 
   return Schema::ReadSendParam(msg, p);
 }
 
+ControlMsg_Status::ControlMsg_Status(base::DictionaryValue* status)
+    : IPC::SyncMessage(
+          control::kControlRoutingId,
+          ID,
+          PRIORITY_NORMAL,
+          new IPC::ParamDeserializer<Tuple1<base::DictionaryValue&>>(MakeRefTuple(*status))) {}
+
+ControlMsg_Status::~ControlMsg_Status() = default;
+
+bool ControlMsg_Status::ReadSendParam(const IPC::Message* msg, SendParam* p) {
+  return Schema::ReadSendParam(msg, p);
+}
+
 ControlMsg_Event::ControlMsg_Event(int event_id, const std::vector<std::string>& strings)
     : IPC::Message(control::kControlRoutingId, ID, PRIORITY_NORMAL) {
   base::ListValue list;

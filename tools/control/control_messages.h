@@ -5,7 +5,8 @@
 //   method name, with one string argument (how the platform reaches a plugin's
 //   "OnDiscovery" and "OnDeviceDisconnection"): ControlMsg_InvokeMethod;
 // - subscribe to events of the event bus: ControlMsg_Subscribe; the host then sends
-//   ControlMsg_Event messages to that client as events are published.
+//   ControlMsg_Event messages to that client as events are published;
+// - read the host's figures: ControlMsg_Status.
 
 #ifndef TOOLS_CONTROL_CONTROL_MESSAGES_H_
 #define TOOLS_CONTROL_CONTROL_MESSAGES_H_
@@ -74,6 +75,22 @@ class ControlMsg_Subscribe : public IPC::SyncMessage {
   // |subscribed| is not owned; it is filled from the reply.
   ControlMsg_Subscribe(int event_id, bool* subscribed);
   ~ControlMsg_Subscribe() override;
+
+  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
+};
+
+// Asks for the host's figures: uptime, peers, requests, errors and latencies (see
+// docs/control-channel.md). The reply carries them as one dictionary.
+class ControlMsg_Status : public IPC::SyncMessage {
+ public:
+  static constexpr uint32_t ID = control::kFirstControlType + 3;
+  typedef IPC::SyncMessageSchema<Tuple0, Tuple1<base::DictionaryValue>> Schema;
+  typedef Schema::SendParam SendParam;
+  typedef Schema::ReplyParam ReplyParam;
+
+  // |status| is not owned; it is filled from the reply.
+  explicit ControlMsg_Status(base::DictionaryValue* status);
+  ~ControlMsg_Status() override;
 
   static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
 };

@@ -1,5 +1,6 @@
 #include "tools/tarn-host/control_client.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,9 @@
 #include "ipc/ipc_sync_message.h"
 #include "ipc/pickle.h"
 #include "tools/control/control_messages.h"
+#include "tools/tarn-host/control_server.h"
 #include "tools/tarn-host/method_invoker.h"
+#include "tools/tarn-host/traffic_monitor.h"
 
 namespace tarn_host {
 
@@ -34,8 +37,16 @@ std::vector<std::string> PayloadStrings(const evt::Event& event) {
 
 }  // namespace
 
-ControlClient::ControlClient(IPC::Message::Sender* channel, MethodInvoker* invoker)
-    : invoker_(invoker), channel_(channel) {}
+ControlClient::ControlClient(IPC::Message::Sender* channel,
+                             const std::string& channel_name,
+                             MethodInvoker* invoker,
+                             const ControlServer* server,
+                             TrafficMonitor* monitor)
+    : invoker_(invoker),
+      server_(server),
+      monitor_(monitor),
+      channel_name_(channel_name),
+      channel_(channel) {}
 
 ControlClient::~ControlClient() {
   Detach();
@@ -63,20 +74,47 @@ bool ControlClient::OnMessageReceived(const IPC::Message& message) {
                                  << message.type() << "; ignored";
     return true;
   }
+  if (!monitor_) {
+    Dispatch(message);
+    return true;
+  }
+  const auto start = std::chrono::steady_clock::now();
+  observing_ = true;
+  Dispatch(message);
+  observing_ = false;
+  monitor_->OnControlExchange(channel_name_, peer_pid_, message, observed_reply_.get(),
+                              std::chrono::duration_cast<std::chrono::microseconds>(
+                                  std::chrono::steady_clock::now() - start));
+  observed_reply_.reset();
+  return true;
+}
+
+void ControlClient::OnChannelConnected(int32_t peer_pid) {
+  peer_pid_ = peer_pid;
+}
+
+void ControlClient::Dispatch(const IPC::Message& message) {
   switch (message.type()) {
     case ControlMsg_InvokeMethod::ID: {
       ControlMsg_InvokeMethod::SendParam params;
       const bool ok = ControlMsg_InvokeMethod::ReadSendParam(&message, &params);
       ControlMsg_InvokeMethod::Schema::DispatchWithSendParams(ok, params, &message, this, this,
                                                               &ControlClient::OnInvokeMethod);
-      return true;
+      return;
     }
     case ControlMsg_Subscribe::ID: {
       ControlMsg_Subscribe::SendParam params;
       const bool ok = ControlMsg_Subscribe::ReadSendParam(&message, &params);
       ControlMsg_Subscribe::Schema::DispatchWithSendParams(ok, params, &message, this, this,
                                                            &ControlClient::OnSubscribe);
-      return true;
+      return;
+    }
+    case ControlMsg_Status::ID: {
+      ControlMsg_Status::SendParam params;
+      const bool ok = ControlMsg_Status::ReadSendParam(&message, &params);
+      ControlMsg_Status::Schema::DispatchWithSendParams(ok, params, &message, this, this,
+                                                        &ControlClient::OnStatus);
+      return;
     }
     default: {
       LOG_AT(logging::LOG_WARNING) << "Control client sent a request of unknown type "
@@ -84,12 +122,16 @@ bool ControlClient::OnMessageReceived(const IPC::Message& message) {
       IPC::Message* reply = IPC::SyncMessage::GenerateReply(&message);
       reply->set_reply_error();
       Send(reply);
-      return true;
+      return;
     }
   }
 }
 
 bool ControlClient::Send(IPC::Message* message) {
+  // Only replies are sent while an exchange is observed, on the I/O thread; events come
+  // from other threads and are not exchanges.
+  if (observing_ && message->is_reply())
+    observed_reply_ = std::make_unique<IPC::Message>(*message);
   std::lock_guard<std::mutex> lock(lock_);
   if (channel_ == nullptr) {
     delete message;
@@ -141,6 +183,11 @@ void ControlClient::OnSubscribe(int event_id, bool* subscribed) {
     LOG_AT(logging::LOG_INFO) << "Control client subscribed to every event";
   else
     LOG_AT(logging::LOG_INFO) << "Control client subscribed to event " << event_id;
+}
+
+void ControlClient::OnStatus(base::DictionaryValue* status) {
+  if (monitor_)
+    monitor_->FillStatus(server_ ? server_->client_count() : 1, status);
 }
 
 void ControlClient::ForwardEvent(const evt::Event& event) {

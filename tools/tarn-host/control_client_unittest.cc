@@ -54,7 +54,8 @@ void Publish(int id, const std::vector<std::string>& strings) {
 
 class ControlClientTest : public testing::Test {
  protected:
-  ControlClientTest() : invoker_(nullptr), client_(&channel_, &invoker_) {}
+  ControlClientTest()
+      : invoker_(nullptr), client_(&channel_, "control", &invoker_, nullptr, nullptr) {}
 
   // Hands |request| to the client and returns its one answer, or null.
   std::unique_ptr<IPC::Message> Exchange(const IPC::Message& request) {

@@ -8,8 +8,9 @@ namespace tarn_host {
 
 ControlServer::ControlServer(const std::string& path,
                              base::Thread* io_thread,
-                             MethodInvoker* invoker)
-    : path_(path), invoker_(invoker), io_thread_(io_thread) {}
+                             MethodInvoker* invoker,
+                             TrafficMonitor* monitor)
+    : path_(path), invoker_(invoker), monitor_(monitor), io_thread_(io_thread) {}
 
 ControlServer::~ControlServer() {
   Stop();
@@ -57,7 +58,7 @@ IPC::Channel::Listener* ControlServer::OnPeerConnected(IPC::Channel* channel) {
   std::lock_guard<std::mutex> lock(lock_);
   if (stopping_)
     return nullptr;
-  auto client = std::make_unique<ControlClient>(channel, invoker_);
+  auto client = std::make_unique<ControlClient>(channel, path_, invoker_, this, monitor_);
   ControlClient* listener = client.get();
   clients_[channel] = std::move(client);
   LOG_AT(logging::LOG_INFO) << "Control client connected (" << clients_.size() << " now)";

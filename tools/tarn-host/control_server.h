@@ -19,13 +19,18 @@ namespace tarn_host {
 
 class ControlClient;
 class MethodInvoker;
+class TrafficMonitor;
 
 class ControlServer : public IPC::ChannelServer::Delegate {
  public:
   // Serves on the socket |path|, with |io_thread| reading the clients' requests and
-  // running them. Neither |io_thread| nor |invoker| is owned; both must outlive the server,
-  // and the thread must run until Stop() has returned.
-  ControlServer(const std::string& path, base::Thread* io_thread, MethodInvoker* invoker);
+  // running them; |monitor| (may be null) hears of every exchange and answers for the
+  // status request. None is owned; all must outlive the server, and the thread must run
+  // until Stop() has returned.
+  ControlServer(const std::string& path,
+                base::Thread* io_thread,
+                MethodInvoker* invoker,
+                TrafficMonitor* monitor);
   // Stops.
   ~ControlServer() override;
   ControlServer(const ControlServer&) = delete;
@@ -50,6 +55,7 @@ class ControlServer : public IPC::ChannelServer::Delegate {
  private:
   const std::string path_;
   MethodInvoker* const invoker_;   // not owned
+  TrafficMonitor* const monitor_;  // not owned; may be null
   base::Thread* const io_thread_;  // not owned
   std::unique_ptr<IPC::ChannelServer> server_;
 

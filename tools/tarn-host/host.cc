@@ -4,14 +4,17 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <iostream>
 
 #include "base/logging.h"
 #include "base/posix/unix_domain_socket.h"
+#include "runtime/component_stub.h"
 #include "runtime/runtime.h"
 #include "tools/tarn-host/application_host.h"
 #include "tools/tarn-host/component_host.h"
 #include "tools/tarn-host/control_server.h"
 #include "tools/tarn-host/method_invoker.h"
+#include "tools/tarn-host/traffic_monitor.h"
 #include "tvapp/application_base.h"
 #include "tvapp/query_handle.h"
 
@@ -56,6 +59,13 @@ bool Host::Start(std::string* error) {
     return false;
   }
   CQueryHandle::GetApplication()->SetReplyTimeLimit(config_.reply_time_limit);
+  // Counted always, for the status request; traced on stderr when asked.
+  monitor_ = std::make_unique<TrafficMonitor>(config_.trace ? &std::cerr : nullptr);
+  for (const ComponentConfig& component : config_.components) {
+    for (const LinkConfig& link : component.links)
+      monitor_->AddLink(link.channel);
+  }
+  runtime::ComponentStub::SetLinkObserver(monitor_.get());
 
   applications_ = std::make_unique<ApplicationHost>();
   for (const ApplicationConfig& application : config_.applications) {
@@ -71,8 +81,9 @@ bool Host::Start(std::string* error) {
 
   invoker_ = std::make_unique<MethodInvoker>(runtime::Runtime::GetInstance()->GetReflection());
   // The runtime's control thread serves the control channel, apart from the links.
-  control_ = std::make_unique<ControlServer>(
-      config_.control_channel, runtime::Runtime::GetInstance()->GetThread(0), invoker_.get());
+  control_ = std::make_unique<ControlServer>(config_.control_channel,
+                                             runtime::Runtime::GetInstance()->GetThread(0),
+                                             invoker_.get(), monitor_.get());
   if (!control_->Start(error)) {
     Stop();
     return false;
@@ -92,9 +103,11 @@ void Host::Stop() {
   if (applications_)
     applications_->RemoveAll();
   runtime::Runtime::GetInstance()->StopThreads();
+  runtime::ComponentStub::SetLinkObserver(nullptr);
   for (const std::string& path : socket_files_.RemoveLeftovers())
     LOG_AT(logging::LOG_WARNING) << "Removed the socket " << path << " that was left behind";
   control_.reset();
+  monitor_.reset();
   invoker_.reset();
   components_.reset();
   applications_.reset();

@@ -17,6 +17,7 @@ class ApplicationHost;
 class ComponentHost;
 class ControlServer;
 class MethodInvoker;
+class TrafficMonitor;
 
 class Host {
  public:
@@ -52,6 +53,7 @@ class Host {
   std::unique_ptr<ApplicationHost> applications_;
   std::unique_ptr<ComponentHost> components_;
   std::unique_ptr<MethodInvoker> invoker_;
+  std::unique_ptr<TrafficMonitor> monitor_;
   std::unique_ptr<ControlServer> control_;
   SocketFiles socket_files_;
   bool started_ = false;

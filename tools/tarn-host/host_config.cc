@@ -9,6 +9,7 @@ namespace tarn_host {
 
 const char kMinLogLevelOption[] = "min_log_level";
 const char kReplyTimeLimitOption[] = "reply_time_limit_ms";
+const char kTraceOption[] = "trace";
 const char kAvLogLevelOption[] = "av_log_level";
 
 namespace {

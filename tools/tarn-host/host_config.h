@@ -18,6 +18,7 @@ namespace tarn_host {
 // Options the host reads itself; every option is also handed to the runtime.
 extern const char kMinLogLevelOption[];     // "min_log_level": the platform's minimum level
 extern const char kReplyTimeLimitOption[];  // "reply_time_limit_ms": the framework's limit
+extern const char kTraceOption[];           // "trace": "true" writes a line per exchange
 extern const char kAvLogLevelOption[];      // "av_log_level": read by the AV plugin
 
 // The longest reply time limit accepted, one hour.
@@ -60,6 +61,7 @@ struct HostConfig {
   // Taken from the options; the platform's defaults when they are not given.
   int min_log_level;
   std::chrono::milliseconds reply_time_limit;
+  bool trace = false;
 
   // The configuration as a config.xml that HostConfigReader reads back to the same
   // configuration.

@@ -194,6 +194,11 @@ bool Reader::ReadOption(const XMLElement* element, HostConfig* config) {
                             std::to_string(kMaxReplyTimeLimitMs) + ", not " + Quote(value));
     config->reply_time_limit = std::chrono::milliseconds(std::stoll(digits));
   }
+  if (name == kTraceOption) {
+    if (std::strcmp(value, "true") != 0 && std::strcmp(value, "false") != 0)
+      return Fail(line, "option " + Quote(name) + " must be true or false, not " + Quote(value));
+    config->trace = std::strcmp(value, "true") == 0;
+  }
   config->options[name] = value;
   return true;
 }

@@ -27,6 +27,7 @@ struct Options {
   bool config_given = false;
   std::string config_path;
   bool print_config = false;
+  bool trace = false;
 };
 
 // Fills |options| from the command line. Returns -1 to go on, or the exit code.
@@ -50,6 +51,9 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
       ->type_name("FILE");
   app.add_flag("--print-config", options->print_config,
                "Print the configuration in effect as config.xml and exit");
+  app.add_flag("--trace", options->trace,
+               "Write one line per exchange on every link, the control channel and with the "
+               "CEC application to stderr (the option \"trace\" does the same)");
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -83,6 +87,10 @@ int main(int argc, char** argv) {
   if (!GetConfig(options, &config, &error)) {
     std::cerr << "tarn-host: " << error << std::endl;
     return kExitFailure;
+  }
+  if (options.trace) {
+    config.trace = true;
+    config.options[tarn_host::kTraceOption] = "true";
   }
   if (options.print_config) {
     std::cout << config.ToXml() << std::flush;

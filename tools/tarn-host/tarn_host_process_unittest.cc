@@ -185,8 +185,7 @@ TEST_F(TarnHostProcessTest, ServesTheControlChannelRefusesASecondHostAndStopsOnS
                                               dir_ + "/second.log");
   EXPECT_EQ(1, second->Finish(0));
   EXPECT_NE(std::string::npos,
-            second->Stderr().find("tarn-host: cannot serve " + link_ +
-                                  ": Address already in use"))
+            second->Stderr().find("tarn-host: cannot serve " + link_ + ": Address already in use"))
       << second->Stderr();
   EXPECT_EQ(control::kInvokeOk, Invoke(&platform, "OnDiscovery", "tv-2", &result));
   EXPECT_EQ(35, NextEvent(&watcher).first);
