@@ -20,7 +20,7 @@ bool CLocalEndpoint::Exchange(int message_type,
     return false;
   const uint32_t request_id = next_request_id_++;
   Waiter& waiter = waiters_[request_id];
-  jobs_.push_back(Job{request_id, message_type, request});
+  jobs_.push_back(Job{request_id, message_type, request, deadline});
   job_ready_.notify_one();
   reply_ready_.wait_until(lock, deadline, [this, &waiter] { return closed_ || waiter.answered; });
   const bool answered = waiter.answered;
@@ -50,9 +50,12 @@ void CLocalEndpoint::Run() {
       return;
     Job job = std::move(jobs_.front());
     jobs_.pop_front();
+    // A sender that gave up has taken its waiter away, or is about to.
+    if (waiters_.count(job.request_id) == 0 || std::chrono::steady_clock::now() >= job.deadline)
+      continue;
     lock.unlock();
     CMessage reply;
-    const bool answered = handler_->OnMessage(job.message_type, job.request, &reply);
+    const bool answered = handler_->OnMessage(job.message_type, job.request, job.deadline, &reply);
     lock.lock();
     auto waiter = waiters_.find(job.request_id);
     if (!answered || waiter == waiters_.end())

@@ -1,5 +1,7 @@
 // An application instance living in this process: a handler object that a framework
-// thread feeds with messages, one at a time, in the order they were sent.
+// thread feeds with messages, one at a time, in the order they were sent. A message whose
+// sender gave up (its deadline passed, or the endpoint closed) before its turn came is
+// withdrawn: the handler never sees it.
 
 #ifndef TVAPP_LOCAL_ENDPOINT_H_
 #define TVAPP_LOCAL_ENDPOINT_H_
@@ -38,14 +40,15 @@ class CLocalEndpoint : public CInstanceEndpoint {
     uint32_t request_id;
     int message_type;
     CMessage request;
+    std::chrono::steady_clock::time_point deadline;
   };
   struct Waiter {
     bool answered = false;
     CMessage reply;
   };
 
-  // The framework thread: hands each job to the handler and its answer to the sender
-  // still waiting for it; an answer nobody waits for any more is dropped.
+  // The framework thread: hands each job whose sender still waits to the handler, and
+  // its answer to the sender if it still waits; an answer nobody waits for is dropped.
   void Run();
 
   CMessageHandler* const handler_;

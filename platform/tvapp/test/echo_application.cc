@@ -17,7 +17,10 @@ EchoApplication::EchoApplication() = default;
 
 EchoApplication::~EchoApplication() = default;
 
-bool EchoApplication::OnMessage(int message_type, const CMessage& request, CMessage* reply) {
+bool EchoApplication::OnMessage(int message_type,
+                                const CMessage& request,
+                                Deadline /*deadline*/,
+                                CMessage* reply) {
   {
     std::lock_guard<std::mutex> lock(lock_);
     received_.push_back(request.GetName().text());

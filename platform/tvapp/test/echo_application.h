@@ -20,7 +20,10 @@ class EchoApplication : public CMessageHandler {
   EchoApplication();
   ~EchoApplication() override;
 
-  bool OnMessage(int message_type, const CMessage& request, CMessage* reply) override;
+  bool OnMessage(int message_type,
+                 const CMessage& request,
+                 Deadline deadline,
+                 CMessage* reply) override;
 
   // The names of the requests received so far, in order of arrival.
   std::vector<std::string> received() const;
