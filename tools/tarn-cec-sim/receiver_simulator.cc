@@ -127,6 +127,11 @@ bool ReceiverSimulator::OnMessage(int message_type,
   return true;
 }
 
+bool ReceiverSimulator::AnswersWithoutBlocking() const {
+  std::lock_guard<std::mutex> lock(lock_);
+  return delay_.count() == 0 && !observer_;
+}
+
 bool ReceiverSimulator::Carry(int message_type,
                               const ORVELL0300::CMessage& request,
                               bool refuse,
@@ -158,6 +163,8 @@ bool ReceiverSimulator::Carry(int message_type,
 
 bool ReceiverSimulator::Delay(std::chrono::milliseconds delay, Deadline deadline) {
   std::unique_lock<std::mutex> lock(lock_);
+  if (delay.count() == 0)
+    return !interrupted_;
   const auto now = std::chrono::steady_clock::now();
   // A wait past the deadline would end in nothing being done; it only holds the next
   // request up.

@@ -94,6 +94,8 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
                  const ORVELL0300::CMessage& request,
                  Deadline deadline,
                  ORVELL0300::CMessage* reply) override;
+  // True while there is neither a reply delay nor an observer, which may block.
+  bool AnswersWithoutBlocking() const override;
 
  private:
   // Carries out |request| unless |refuse| is set, adding the answer entries other than

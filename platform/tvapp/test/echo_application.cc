@@ -36,6 +36,10 @@ bool EchoApplication::OnMessage(int message_type,
   return true;
 }
 
+bool EchoApplication::AnswersWithoutBlocking() const {
+  return answers_without_blocking_;
+}
+
 std::vector<std::string> EchoApplication::received() const {
   std::lock_guard<std::mutex> lock(lock_);
   return received_;
