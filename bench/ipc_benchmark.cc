@@ -5,18 +5,19 @@
 // Both exchange the same 28-byte request and 28-byte reply.
 
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <thread>
 
 #include "base/synchronization/waitable_event.h"
 #include "base/threading/thread.h"
 #include "base/tuple.h"
+#include "bench/raw_ping_pong.h"
 #include "benchmark/benchmark.h"
 #include "ipc/ipc_channel.h"
 #include "ipc/ipc_message_utils.h"
@@ -36,61 +37,15 @@ IPC::SyncMessage* NewEchoRequest(int value, int* echoed) {
   return request;
 }
 
-bool WriteFully(int fd, const char* data, size_t size) {
-  while (size > 0) {
-    const ssize_t count = write(fd, data, size);
-    if (count <= 0)
-      return false;
-    data += count;
-    size -= static_cast<size_t>(count);
-  }
-  return true;
-}
-
-bool ReadFully(int fd, char* data, size_t size) {
-  while (size > 0) {
-    const ssize_t count = read(fd, data, size);
-    if (count <= 0)
-      return false;
-    data += count;
-    size -= static_cast<size_t>(count);
-  }
-  return true;
-}
-
 void WaitForChild(pid_t child) {
   int status = 0;
   waitpid(child, &status, 0);
 }
 
 void BM_RawUnixSocketPingPong(benchmark::State& state) {
-  int fds[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM, 0, fds) != 0) {
-    state.SkipWithError("socketpair failed");
-    return;
-  }
   int unused = 0;
   std::unique_ptr<IPC::SyncMessage> request(NewEchoRequest(7, &unused));
-  const size_t size = request->size();
-  const pid_t child = fork();
-  if (child == 0) {
-    close(fds[0]);
-    char buffer[64];
-    while (ReadFully(fds[1], buffer, size) && WriteFully(fds[1], buffer, size)) {
-    }
-    _exit(0);
-  }
-  close(fds[1]);
-  const char* data = static_cast<const char*>(request->data());
-  char reply[64];
-  for (auto _ : state) {
-    if (!WriteFully(fds[0], data, size) || !ReadFully(fds[0], reply, size)) {
-      state.SkipWithError("the echo process failed");
-      break;
-    }
-  }
-  close(fds[0]);
-  WaitForChild(child);
+  bench::RunRawUnixSocketPingPong(state, request->size());
 }
 BENCHMARK(BM_RawUnixSocketPingPong)->UseRealTime()->Repetitions(10)->ReportAggregatesOnly(true);
 

@@ -1,6 +1,6 @@
 // The platform's event bus. Publishers create an event, fill it, publish it and destroy it;
 // subscribers receive every published event of the ids they subscribed to, on the
-// publisher's thread, before PublishEvent returns.
+// publisher's thread, before PublishEvent returns. Callbacks run without the bus's lock.
 
 #ifndef EVENT_EVENT_MANAGER_H_
 #define EVENT_EVENT_MANAGER_H_
@@ -8,6 +8,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 
 template <typename Type>
@@ -40,15 +41,23 @@ class EventManager {
 
   // Delivers |event| to the subscribers of its id, in the order they subscribed, and
   // returns after the last one. Keeps no pointer to |event|, which stays the caller's.
+  //
+  // What a publication delivers to is fixed when it starts: a subscription made during
+  // it receives only later events, and one that ends during it is skipped if its turn has
+  // not come yet. Publications from several threads run at once, so a callback may be
+  // called on two threads at the same time, and two subscribers may see two events that
+  // were published at the same time in different orders.
   virtual bool PublishEvent(Event* event);
 
   // Calls |callback| for each event of |id| published from now on; returns the
-  // subscription's handle. Callbacks run on the publishing thread, under the bus's lock:
-  // they may subscribe, unsubscribe and publish, but must not wait for another thread that
-  // uses the bus.
+  // subscription's handle. Callbacks run on the publishing thread without the bus's lock:
+  // they may subscribe, unsubscribe and publish, and wait for other threads that do.
   int Subscribe(int id, Callback callback);
 
-  // Ends a subscription. Once this returns, its callback is not running and will not run.
+  // Ends a subscription. Once this returns, its callback is not running on any other
+  // thread and will not be called again; the callback is destroyed by then, unless this is
+  // called from the callback itself, which then ends first. A callback must therefore not
+  // wait for a thread that is ending its own subscription.
   void Unsubscribe(int handle);
 
   // Makes CreateEvent() give null while |fails| is true.
@@ -61,14 +70,13 @@ class EventManager {
  private:
   friend struct LeakySingletonTraits<EventManager>;
 
-  struct Subscription {
-    int id;
-    Callback callback;
-  };
+  struct Subscription;
 
-  std::recursive_mutex lock_;
+  std::mutex lock_;
   int next_handle_ = 1;
-  std::map<int, Subscription> subscriptions_;  // by handle, so in subscription order
+  // By handle, so in subscription order. A publication shares a subscription with the
+  // table until it has called it.
+  std::map<int, std::shared_ptr<Subscription>> subscriptions_;
   std::atomic<bool> create_fails_{false};
 };
 

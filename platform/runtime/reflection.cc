@@ -3,9 +3,20 @@
 #include <mutex>
 #include <utility>
 
+#include "base/synchronization/call_gate.h"
 #include "runtime/reflection_templates.h"
 
 namespace runtime {
+
+struct Reflection::Entry {
+  Entry(MethodInfo method_info, std::unique_ptr<FunctionMethodContainerBase> method_container)
+      : info(std::move(method_info)), container(std::move(method_container)) {}
+
+  const MethodInfo info;
+  // Reset by whoever ends the last call, once the entry has left the table.
+  std::unique_ptr<FunctionMethodContainerBase> container;
+  base::CallGate calls;
+};
 
 namespace {
 
@@ -73,9 +84,16 @@ bool Reflection::AddMethod(const std::string& component,
   std::unique_ptr<FunctionMethodContainerBase> owned(container);
   if (!owned)
     return false;
-  Entry entry{MethodInfo{return_type, params_type}, std::move(owned)};
-  std::unique_lock<std::shared_mutex> lock(lock_);
-  methods_[Key(component, class_name, method)] = std::move(entry);
+  auto entry = std::make_shared<Entry>(MethodInfo{return_type, params_type}, std::move(owned));
+  std::shared_ptr<Entry> replaced;
+  {
+    std::unique_lock<std::shared_mutex> lock(lock_);
+    std::shared_ptr<Entry>& slot = methods_[Key(component, class_name, method)];
+    replaced = std::move(slot);
+    slot = std::move(entry);
+  }
+  if (replaced)
+    Retire(std::move(replaced));
   return true;
 }
 
@@ -84,8 +102,24 @@ bool Reflection::RemoveMethod(const std::string& component,
                               const std::string& method,
                               const std::string& /*return_type*/,
                               const std::vector<std::string>& /*params_type*/) {
-  std::unique_lock<std::shared_mutex> lock(lock_);
-  return methods_.erase(Key(component, class_name, method)) != 0;
+  std::shared_ptr<Entry> removed;
+  {
+    std::unique_lock<std::shared_mutex> lock(lock_);
+    auto it = methods_.find(Key(component, class_name, method));
+    if (it == methods_.end())
+      return false;
+    removed = std::move(it->second);
+    methods_.erase(it);
+  }
+  Retire(std::move(removed));
+  return true;
+}
+
+// static
+void Reflection::Retire(std::shared_ptr<Entry> entry) {
+  // Waits for the calls on other threads.
+  if (entry->calls.Close())
+    entry->container.reset();
 }
 
 bool Reflection::GetMethod(const std::string& component,
@@ -97,7 +131,7 @@ bool Reflection::GetMethod(const std::string& component,
   if (it == methods_.end())
     return false;
   if (info)
-    *info = it->second.info;
+    *info = it->second->info;
   return true;
 }
 
@@ -107,12 +141,20 @@ bool Reflection::Invoke(const std::string& component,
                         void* ret,
                         void* obj,
                         void** argv) {
-  // The shared lock keeps the container alive while it runs.
-  std::shared_lock<std::shared_mutex> lock(lock_);
-  auto it = methods_.find(Key(component, class_name, method));
-  if (it == methods_.end())
+  std::shared_ptr<Entry> entry;
+  {
+    std::shared_lock<std::shared_mutex> lock(lock_);
+    auto it = methods_.find(Key(component, class_name, method));
+    if (it == methods_.end())
+      return false;
+    entry = it->second;
+  }
+  // Refused once the method has been removed or replaced meanwhile.
+  if (!entry->calls.Enter())
     return false;
-  it->second.container->invoke(ret, obj, argv);
+  entry->container->invoke(ret, obj, argv);
+  if (entry->calls.Leave())
+    entry->container.reset();
   return true;
 }
 

@@ -36,8 +36,9 @@ class Reflection {
                               std::string& return_type,
                               std::vector<std::string>& params_type);
 
-  // Registers |container| under the three names, replacing (and destroying) an earlier
-  // registration of the same names. Takes ownership of |container|.
+  // Registers |container| under the three names, replacing (and destroying, as
+  // RemoveMethod does) an earlier registration of the same names. Takes ownership of
+  // |container|.
   virtual bool AddMethod(const std::string& component,
                          const std::string& class_name,
                          const std::string& method,
@@ -46,7 +47,9 @@ class Reflection {
                          FunctionMethodContainerBase* container);
 
   // Forgets the method and destroys its container; false when it was not registered.
-  // Waits for calls of registered methods that are running.
+  // Waits for the calls of that method running on other threads, so that its code may be
+  // unloaded once this returns. A method may remove itself: its container is then
+  // destroyed when that call returns.
   virtual bool RemoveMethod(const std::string& component,
                             const std::string& class_name,
                             const std::string& method,
@@ -61,8 +64,10 @@ class Reflection {
 
   // Calls a registered method: |ret| receives its result, |obj| is the object for a member
   // function, |argv| holds one pointer per parameter; the caller makes them match the
-  // registered types. False when the method is not registered. Registered methods may run
-  // concurrently; they must not register or remove methods themselves.
+  // registered types. False when the method is not registered. The method runs without
+  // the registry's lock, concurrently with other calls: it may register, remove and
+  // invoke methods, and wait for threads that do, but not for a thread that is removing
+  // or replacing that same method.
   virtual bool Invoke(const std::string& component,
                       const std::string& class_name,
                       const std::string& method,
@@ -75,13 +80,14 @@ class Reflection {
 
  private:
   typedef std::tuple<std::string, std::string, std::string> Key;
-  struct Entry {
-    MethodInfo info;
-    std::unique_ptr<FunctionMethodContainerBase> container;
-  };
+  struct Entry;
+
+  // Destroys the container of |entry|, taken out of the table, once no call of it runs.
+  static void Retire(std::shared_ptr<Entry> entry);
 
   mutable std::shared_mutex lock_;
-  std::map<Key, Entry> methods_;
+  // A call shares its entry with the table until it has returned.
+  std::map<Key, std::shared_ptr<Entry>> methods_;
 };
 
 }  // namespace runtime

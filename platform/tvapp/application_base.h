@@ -28,8 +28,10 @@ class CApplicationBase {
   // Sends |request| as a message of |message_type| to the instance |instance_id| and
   // waits for its reply, at most GetReplyTimeLimit(). Returns nonzero with |reply|
   // replaced by the answer. Returns 0, leaving |reply| alone, when the instance is not
-  // registered, the transport fails or no answer arrives in time; an answer that arrives
-  // later is dropped.
+  // registered, the transport fails or no answer arrives in time. The request carries
+  // its deadline: once it has passed, the request is withdrawn if the instance has not
+  // taken it up yet, a handler that waits before it acts carries nothing out, and an
+  // answer that still arrives is dropped.
   int SendMessage(int message_type, int instance_id, CMessage request, CMessage& reply);
 
   // The limit on the wait in SendMessage; a negative |limit| counts as zero.

@@ -88,8 +88,16 @@ TEST_F(ApplicationBaseTest, UnknownOrStaleInstanceFailsAndLeavesTheReply) {
 }
 
 TEST_F(ApplicationBaseTest, LateReplyIsDroppedAndTheNextRequestGetsItsOwn) {
-  application()->SetReplyTimeLimit(std::chrono::milliseconds(100));
   CMessage reply;
+  // A request already out of time reaches the instance neither through the framework's
+  // thread nor on the sender's.
+  application()->SetReplyTimeLimit(std::chrono::milliseconds(0));
+  for (bool without_blocking : {false, true}) {
+    echo_.SetAnswersWithoutBlocking(without_blocking);
+    EXPECT_EQ(0, Send(EchoApplication::Request("expired"), &reply));
+  }
+  echo_.SetAnswersWithoutBlocking(false);
+  application()->SetReplyTimeLimit(std::chrono::milliseconds(100));
   EXPECT_EQ(0, Send(EchoApplication::Request("slow", 400), &reply));
   EXPECT_EQ(0, reply.NumOfQuery());
   // The instance answers "slow" while "fast" waits behind it; that answer must not be
@@ -102,16 +110,26 @@ TEST_F(ApplicationBaseTest, LateReplyIsDroppedAndTheNextRequestGetsItsOwn) {
 }
 
 TEST_F(ApplicationBaseTest, RemovingTheInstanceReleasesItsWaitingSender) {
-  auto pending = std::async(std::launch::async, [this] {
-    CMessage reply;
-    return Send(EchoApplication::Request("blocked", 0, true), &reply);
-  });
-  while (echo_.received().empty())
-    std::this_thread::yield();
-  EXPECT_TRUE(directory()->RemoveInstance("echo"));
-  // With the default limit of five seconds, only the removal can end the wait this soon.
-  ASSERT_EQ(std::future_status::ready, pending.wait_for(std::chrono::seconds(4)));
-  EXPECT_EQ(0, pending.get());
+  // The silent handler runs on the framework's thread, then on the sender's.
+  for (bool without_blocking : {false, true}) {
+    SCOPED_TRACE(without_blocking);
+    if (without_blocking) {
+      ASSERT_TRUE(directory()->AddLocalInstance("echo", &echo_));
+      id_ = directory()->GetInstanceID("echo");
+    }
+    echo_.SetAnswersWithoutBlocking(without_blocking);
+    const size_t received = echo_.received().size();
+    auto pending = std::async(std::launch::async, [this] {
+      CMessage reply;
+      return Send(EchoApplication::Request("blocked", 0, true), &reply);
+    });
+    while (echo_.received().size() == received)
+      std::this_thread::yield();
+    EXPECT_TRUE(directory()->RemoveInstance("echo"));
+    // With the default limit of five seconds, only the removal can end the wait this soon.
+    ASSERT_EQ(std::future_status::ready, pending.wait_for(std::chrono::seconds(4)));
+    EXPECT_EQ(0, pending.get());
+  }
 }
 
 }  // namespace

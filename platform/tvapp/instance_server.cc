@@ -148,11 +148,22 @@ bool CInstanceServer::ServeConnection(Connection* connection) {
       LOG_AT(logging::LOG_WARNING) << "tvapp: malformed request on " << socket_path_;
       return false;
     }
+    // The sender has given up on a late request and been told it failed: it is neither
+    // carried out nor answered.
+    const auto deadline = wire::FromMonotonicNanoseconds(frame.deadline_ns);
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= deadline) {
+      LOG_AT(logging::LOG_WARNING)
+          << "tvapp: request " << frame.request_id << " on " << socket_path_ << " dropped, "
+          << std::chrono::duration_cast<std::chrono::milliseconds>(now - deadline).count()
+          << " ms past its deadline";
+      continue;
+    }
     wire::Frame reply;
     reply.kind = wire::kReplyFrame;
     reply.request_id = frame.request_id;
     reply.message_type = frame.message_type;
-    if (!handler_->OnMessage(frame.message_type, frame.message, &reply.message))
+    if (!handler_->OnMessage(frame.message_type, frame.message, deadline, &reply.message))
       continue;
     std::string bytes;
     if (!wire::EncodeFrame(reply, &bytes)) {

@@ -1,5 +1,6 @@
 // Serves an application instance to other processes on a Unix socket: each request frame
 // that arrives is handed to the handler, and its answer goes back on the same connection.
+// A request read after its deadline is dropped unanswered; the handler never sees it.
 //
 //   ORVELL0300::CInstanceServer server(&handler);
 //   std::string error;

@@ -104,26 +104,34 @@ class FakeServer {
     thread_ = std::thread(&FakeServer::Serve, this);
   }
   ~FakeServer() {
-    thread_.join();
+    if (thread_.joinable())
+      thread_.join();
     internal::CloseFd(&listen_fd_);
+  }
+
+  // The request as read, once the server has answered it.
+  const wire::Frame& request() {
+    if (thread_.joinable())
+      thread_.join();
+    return request_;
   }
 
  private:
   void Serve() {
     int fd = accept4(listen_fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     wire::FrameReader reader;
-    wire::Frame request;
     char buffer[512];
     long count;
-    while (reader.Next(&request) == wire::FrameReader::kNeedMore &&
+    while (reader.Next(&request_) == wire::FrameReader::kNeedMore &&
            (count = internal::ReadSome(fd, buffer, sizeof(buffer), InSeconds(3))) > 0) {
       reader.Append(buffer, static_cast<size_t>(count));
     }
-    internal::WriteAll(fd, answer_(request.request_id), InSeconds(3));
+    internal::WriteAll(fd, answer_(request_.request_id), InSeconds(3));
     internal::CloseFd(&fd);
   }
 
   Answer answer_;
+  wire::Frame request_;
   int listen_fd_ = -1;
   std::thread thread_;
 };
@@ -164,7 +172,14 @@ TEST_F(InstanceServerTest, ClientTakesOnlyTheWellFormedReplyToItsOwnRequest) {
     CMessage reply;
     {
       FakeServer server(socket_path_, rows[i].answer);
+      const uint64_t earliest =
+          wire::ToMonotonicNanoseconds(std::chrono::steady_clock::now() + kDefaultReplyTimeLimit);
       const int sent = SendToRemote(EchoApplication::Request("question"), &reply);
+      const uint64_t latest =
+          wire::ToMonotonicNanoseconds(std::chrono::steady_clock::now() + kDefaultReplyTimeLimit);
+      // The request carries the moment its sender gives up.
+      EXPECT_LE(earliest, server.request().deadline_ns);
+      EXPECT_GE(latest, server.request().deadline_ns);
       EXPECT_EQ(rows[i].expected_echo != nullptr, sent != 0);
       if (rows[i].expected_echo)
         EXPECT_EQ(rows[i].expected_echo, Echo(reply));

@@ -53,6 +53,7 @@ bool CRemoteEndpoint::Exchange(int message_type,
   frame.kind = wire::kRequestFrame;
   frame.request_id = next_request_id_++;
   frame.message_type = message_type;
+  frame.deadline_ns = wire::ToMonotonicNanoseconds(deadline);
   frame.message = request;
   std::string bytes;
   if (!wire::EncodeFrame(frame, &bytes)) {

@@ -1,5 +1,7 @@
 #include "tvapp/wire_format.h"
 
+#include <time.h>
+
 #include <cstring>
 #include <limits>
 
@@ -181,7 +183,42 @@ bool ReadValue(uint8_t type, PayloadReader* reader, CMessage::Value* value) {
   return false;
 }
 
+// CLOCK_MONOTONIC now, in nanoseconds.
+int64_t MonotonicNow() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
 }  // namespace
+
+uint64_t ToMonotonicNanoseconds(std::chrono::steady_clock::time_point deadline) {
+  // The steady clock is CLOCK_MONOTONIC wherever the framework runs; going through the
+  // distance from now keeps the field right even where it is not.
+  const int64_t from_now = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                               deadline - std::chrono::steady_clock::now())
+                               .count();
+  const int64_t result = MonotonicNow() + from_now;
+  return result < 0 ? 0 : static_cast<uint64_t>(result);
+}
+
+std::chrono::steady_clock::time_point FromMonotonicNanoseconds(uint64_t deadline_ns) {
+  typedef std::chrono::steady_clock::time_point TimePoint;
+  const int64_t now = MonotonicNow();
+  const TimePoint steady_now = std::chrono::steady_clock::now();
+  // Both sides are non-negative, so the difference cannot overflow; a deadline too far
+  // off for the steady clock is taken as never.
+  const int64_t from_now = (deadline_ns > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())
+                                ? std::numeric_limits<int64_t>::max()
+                                : static_cast<int64_t>(deadline_ns)) -
+                           now;
+  const int64_t room =
+      std::chrono::duration_cast<std::chrono::nanoseconds>(TimePoint::max() - steady_now).count();
+  if (from_now >= room)
+    return TimePoint::max();
+  return steady_now + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                          std::chrono::nanoseconds(from_now));
+}
 
 bool EncodeFrame(const Frame& frame, std::string* out) {
   std::string payload;
@@ -189,6 +226,8 @@ bool EncodeFrame(const Frame& frame, std::string* out) {
   writer.U8(frame.kind);
   writer.U32(frame.request_id);
   writer.U32(static_cast<uint32_t>(frame.message_type));
+  if (frame.kind == kRequestFrame)
+    writer.U64(frame.deadline_ns);
   writer.String(frame.message.GetName());
   writer.U32(static_cast<uint32_t>(frame.message.entries().size()));
   for (const CMessage::Entry& entry : frame.message.entries()) {
@@ -207,10 +246,12 @@ bool DecodePayload(const char* data, size_t size, Frame* frame) {
   uint8_t kind = 0;
   uint32_t request_id = 0;
   uint32_t message_type = 0;
+  uint64_t deadline_ns = 0;
   OCString name;
   uint32_t count = 0;
   if (!reader.U8(&kind) || (kind != kRequestFrame && kind != kReplyFrame) ||
-      !reader.U32(&request_id) || !reader.U32(&message_type) || !reader.String(&name) ||
+      !reader.U32(&request_id) || !reader.U32(&message_type) ||
+      (kind == kRequestFrame && !reader.U64(&deadline_ns)) || !reader.String(&name) ||
       !reader.U32(&count)) {
     return false;
   }
@@ -231,6 +272,7 @@ bool DecodePayload(const char* data, size_t size, Frame* frame) {
   frame->kind = static_cast<FrameKind>(kind);
   frame->request_id = request_id;
   frame->message_type = static_cast<int32_t>(message_type);
+  frame->deadline_ns = deadline_ns;
   frame->message = message;
   return true;
 }

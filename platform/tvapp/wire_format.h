@@ -4,6 +4,7 @@
 #ifndef TVAPP_WIRE_FORMAT_H_
 #define TVAPP_WIRE_FORMAT_H_
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -17,17 +18,26 @@ namespace wire {
 const size_t kLengthPrefixSize = 4;
 const size_t kMaxPayloadSize = 64 * 1024;
 
+// Kind 1 was a request without a deadline; readers refuse it.
 enum FrameKind : uint8_t {
-  kRequestFrame = 1,
   kReplyFrame = 2,
+  kRequestFrame = 3,
 };
 
 struct Frame {
   FrameKind kind = kRequestFrame;
   uint32_t request_id = 0;  // a reply repeats the id of the request it answers
   int32_t message_type = 0;
+  // Requests only: when the sender gives up, in nanoseconds of CLOCK_MONOTONIC, the
+  // clock that every process on the machine shares. Not sent in replies.
+  uint64_t deadline_ns = 0;
   CMessage message;
 };
+
+// A deadline of this process's steady clock as CLOCK_MONOTONIC nanoseconds, and back.
+// Times before the clock's start are taken as its start.
+uint64_t ToMonotonicNanoseconds(std::chrono::steady_clock::time_point deadline);
+std::chrono::steady_clock::time_point FromMonotonicNanoseconds(uint64_t deadline_ns);
 
 // Appends the whole frame, length prefix included, to |out|. False, with |out| as it was,
 // when the frame would exceed kMaxPayloadSize.

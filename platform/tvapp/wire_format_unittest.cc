@@ -1,5 +1,8 @@
 #include "tvapp/wire_format.h"
 
+#include <time.h>
+
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -32,14 +35,18 @@ void ExpectSameFrame(const Frame& expected, const Frame& actual) {
   EXPECT_EQ(expected.kind, actual.kind);
   EXPECT_EQ(expected.request_id, actual.request_id);
   EXPECT_EQ(expected.message_type, actual.message_type);
+  EXPECT_EQ(expected.deadline_ns, actual.deadline_ns);
   EXPECT_EQ(expected.message, actual.message);
 }
 
 TEST(WireFormatTest, FramesSurviveTheTripInAnySlicing) {
-  const Frame frame = FrameWithEveryType();
+  const Frame reply = FrameWithEveryType();
+  Frame request = FrameWithEveryType();
+  request.kind = kRequestFrame;
+  request.deadline_ns = 0xfedcba9876543210;
   std::string bytes;
-  ASSERT_TRUE(EncodeFrame(frame, &bytes));
-  ASSERT_TRUE(EncodeFrame(frame, &bytes));  // two frames back to back
+  ASSERT_TRUE(EncodeFrame(request, &bytes));
+  ASSERT_TRUE(EncodeFrame(reply, &bytes));  // two frames back to back
   for (size_t slice : {bytes.size(), size_t{1}, size_t{5}}) {
     SCOPED_TRACE(slice);
     FrameReader reader;
@@ -53,26 +60,28 @@ TEST(WireFormatTest, FramesSurviveTheTripInAnySlicing) {
       ASSERT_EQ(FrameReader::kNeedMore, result);
     }
     ASSERT_EQ(2u, frames.size());
-    ExpectSameFrame(frame, frames[0]);
-    ExpectSameFrame(frame, frames[1]);
+    ExpectSameFrame(request, frames[0]);
+    ExpectSameFrame(reply, frames[1]);
   }
 }
 
 // The smallest useful request, byte for byte as docs/tvapp-transport.md lays it out.
 const char kGoldenRequest[] =
-    "\x1b\x00\x00\x00"          // payload size 27
-    "\x01"                      // request
-    "\x07\x00\x00\x00"          // request id 7
-    "\x38\x51\x00\x00"          // message type 20792
-    "\x02\x01\x00\x00\x00n"     // name "n", UTF-8
-    "\x01\x00\x00\x00"          // one entry
-    "\x02\x01\x00\x00\x00\x62"  // key "b"
-    "\x05\x01";                 // bool true
+    "\x23\x00\x00\x00"                  // payload size 35
+    "\x03"                              // request
+    "\x07\x00\x00\x00"                  // request id 7
+    "\x38\x51\x00\x00"                  // message type 20792
+    "\x00\xca\x9a\x3b\x00\x00\x00\x00"  // deadline: 1 s of CLOCK_MONOTONIC
+    "\x02\x01\x00\x00\x00n"             // name "n", UTF-8
+    "\x01\x00\x00\x00"                  // one entry
+    "\x02\x01\x00\x00\x00\x62"          // key "b"
+    "\x05\x01";                         // bool true
 
 TEST(WireFormatTest, RequestBytesFollowTheDocumentedLayout) {
   Frame frame;
   frame.request_id = 7;
   frame.message_type = 20792;
+  frame.deadline_ns = 1000000000;
   frame.message.SetName(Utf8("n"));
   frame.message.MakeResult(Utf8("b"), true);
   std::string bytes;
@@ -91,13 +100,14 @@ struct MalformedRow {
 
 const MalformedRow kMalformedRows[] = {
     {"payload size over the limit", 0, std::string("\x01\x00\x01\x00", 4), 0},
-    {"unknown frame kind", 4, "\x03", 0},
-    {"encoding other than UTF-8", 13, "\x01", 0},
-    {"NUL inside a text", 18, std::string("\0", 1), 0},
-    {"text size past the end", 14, "\x40", 0},
-    {"more entries than present", 19, "\x02", 0},
-    {"unknown value type", 29, "\x06", 0},
-    {"bool other than 0 or 1", 30, "\x02", 0},
+    {"kind 1, the request without a deadline", 4, "\x01", 0},
+    {"a reply laid out as a request, with a deadline", 4, "\x02", 0},
+    {"encoding other than UTF-8", 21, "\x01", 0},
+    {"NUL inside a text", 26, std::string("\0", 1), 0},
+    {"text size past the end", 22, "\x40", 0},
+    {"more entries than present", 27, "\x02", 0},
+    {"unknown value type", 37, "\x06", 0},
+    {"bool other than 0 or 1", 38, "\x02", 0},
     {"payload ends inside the last value", 0, "", -1},
     {"trailing byte", 0, "", 1},
 };
@@ -129,6 +139,22 @@ TEST(WireFormatTest, ReaderRefusesMalformedFramesForGood) {
     reader.Append(kGoldenRequest, sizeof(kGoldenRequest) - 1);
     EXPECT_EQ(FrameReader::kMalformed, reader.Next(&frame));
   }
+}
+
+TEST(WireFormatTest, DeadlinesCrossAsMonotonicTime) {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const int64_t monotonic_now = static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const uint64_t sent = ToMonotonicNanoseconds(deadline);
+  // Five seconds from now on the shared clock, give or take the time the test takes.
+  EXPECT_GE(static_cast<int64_t>(sent), monotonic_now + 5000000000);
+  EXPECT_LT(static_cast<int64_t>(sent), monotonic_now + 6000000000);
+  EXPECT_LT(std::chrono::abs(FromMonotonicNanoseconds(sent) - deadline),
+            std::chrono::milliseconds(1));
+  // A deadline from a peer that no clock reaches does not wrap around into the past.
+  EXPECT_EQ(std::chrono::steady_clock::time_point::max(),
+            FromMonotonicNanoseconds(std::numeric_limits<uint64_t>::max()));
 }
 
 TEST(WireFormatTest, EncoderRefusesWhatNoReaderWouldTake) {

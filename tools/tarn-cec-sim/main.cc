@@ -87,7 +87,8 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
       ->excludes(fail)
       ->excludes(empty);
   app.add_option("--delay-ms", options->delay_ms,
-                 "Wait this many milliseconds before each reply (default 0)")
+                 "Wait this many milliseconds before carrying out each request and replying "
+                 "(default 0); a request whose sender gives up meanwhile is left undone")
       ->check(CLI::Range(0, 3600 * 1000));
   app.add_option("--power-status", options->power_status,
                  "Answer \"power status\" with this number instead of 0 (off) or 1 (on)");

@@ -89,23 +89,32 @@ void ReceiverSimulator::Interrupt() {
 
 bool ReceiverSimulator::OnMessage(int message_type,
                                   const ORVELL0300::CMessage& request,
+                                  Deadline deadline,
                                   ORVELL0300::CMessage* reply) {
   RequestObserver observer;
-  Fault fault;
   std::chrono::milliseconds delay;
-  ORVELL0300::CMessage answer;
-  bool honoured;
   {
     std::lock_guard<std::mutex> lock(lock_);
     requests_.push_back(Request{message_type, request});
     observer = observer_;
-    fault = fault_;
     delay = delay_;
-    honoured = Carry(message_type, request, fault == Fault::kReturnFalse, &answer);
   }
   if (observer)
     observer(Request{message_type, request});
-  if (!Delay(delay) || fault == Fault::kNoReply)
+  if (!Delay(delay, deadline))
+    return false;
+  Fault fault;
+  ORVELL0300::CMessage answer;
+  bool honoured;
+  {
+    std::lock_guard<std::mutex> lock(lock_);
+    // The sender has given up and reported a failure: the receiver must stay as it is.
+    if (std::chrono::steady_clock::now() >= deadline)
+      return false;
+    fault = fault_;
+    honoured = Carry(message_type, request, fault == Fault::kReturnFalse, &answer);
+  }
+  if (fault == Fault::kNoReply)
     return false;
   if (fault == Fault::kEmptyReply)
     return true;
@@ -116,6 +125,11 @@ bool ReceiverSimulator::OnMessage(int message_type,
   for (const ORVELL0300::CMessage::Entry& entry : answer.entries())
     reply->AddEntry(entry.key, entry.value);
   return true;
+}
+
+bool ReceiverSimulator::AnswersWithoutBlocking() const {
+  std::lock_guard<std::mutex> lock(lock_);
+  return delay_.count() == 0 && !observer_;
 }
 
 bool ReceiverSimulator::Carry(int message_type,
@@ -147,9 +161,15 @@ bool ReceiverSimulator::Carry(int message_type,
   return false;
 }
 
-bool ReceiverSimulator::Delay(std::chrono::milliseconds delay) {
+bool ReceiverSimulator::Delay(std::chrono::milliseconds delay, Deadline deadline) {
   std::unique_lock<std::mutex> lock(lock_);
-  interrupted_cv_.wait_for(lock, delay, [this] { return interrupted_; });
+  if (delay.count() == 0)
+    return !interrupted_;
+  const auto now = std::chrono::steady_clock::now();
+  // A wait past the deadline would end in nothing being done; it only holds the next
+  // request up.
+  const Deadline end = deadline - now < delay ? deadline : now + delay;
+  interrupted_cv_.wait_until(lock, end, [this] { return interrupted_; });
   return !interrupted_;
 }
 

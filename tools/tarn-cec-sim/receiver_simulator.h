@@ -10,6 +10,10 @@
 // argument, a sound mode out of range). Faults can be injected into the replies, and
 // every request received is recorded.
 //
+// Like a real receiver behind a slow bus, it acts only when it answers: after the reply
+// delay, and only if the request's deadline has not passed meanwhile. A late request
+// changes nothing and gets no reply; its sender has already been told it failed.
+//
 //   cec_sim::ReceiverSimulator receiver;
 //   ORVELL0300::CInstanceDirectory::GetInstance()->AddLocalInstance(
 //       cec_sim::kCecApplicationName, &receiver);
@@ -66,7 +70,8 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
 
   // The fault applies to every later request until it is changed.
   void SetFault(Fault fault);
-  // Waits this long before each reply (or before sending none).
+  // Waits this long, or until the request's deadline if that comes first, before
+  // carrying out each request and replying (or sending none).
   void SetReplyDelay(std::chrono::milliseconds delay);
   // Makes "power status" answer |status| whatever the power; Clear... restores it.
   void SetPowerStatusOverride(long status);
@@ -79,14 +84,18 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
   std::vector<Request> requests() const;
   void ClearRequests();
 
-  // Ends a delay under way at once; from then on no request is answered. For shutting
-  // down a server that would otherwise wait for the delay.
+  // Ends a delay under way at once, leaving its request undone; from then on no request
+  // is carried out or answered. For shutting down a server that would otherwise wait for
+  // the delay.
   void Interrupt();
 
   // ORVELL0300::CMessageHandler:
   bool OnMessage(int message_type,
                  const ORVELL0300::CMessage& request,
+                 Deadline deadline,
                  ORVELL0300::CMessage* reply) override;
+  // True while there is neither a reply delay nor an observer, which may block.
+  bool AnswersWithoutBlocking() const override;
 
  private:
   // Carries out |request| unless |refuse| is set, adding the answer entries other than
@@ -95,8 +104,9 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
              const ORVELL0300::CMessage& request,
              bool refuse,
              ORVELL0300::CMessage* reply);
-  // Waits for |delay|, or less when interrupted. Returns false once interrupted.
-  bool Delay(std::chrono::milliseconds delay);
+  // Waits for |delay|, but not past |deadline|, or less when interrupted. Returns false
+  // once interrupted.
+  bool Delay(std::chrono::milliseconds delay, Deadline deadline);
 
   mutable std::mutex lock_;
   std::condition_variable interrupted_cv_;

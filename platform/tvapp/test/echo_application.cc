@@ -17,7 +17,10 @@ EchoApplication::EchoApplication() = default;
 
 EchoApplication::~EchoApplication() = default;
 
-bool EchoApplication::OnMessage(int message_type, const CMessage& request, CMessage* reply) {
+bool EchoApplication::OnMessage(int message_type,
+                                const CMessage& request,
+                                Deadline /*deadline*/,
+                                CMessage* reply) {
   {
     std::lock_guard<std::mutex> lock(lock_);
     received_.push_back(request.GetName().text());
@@ -31,6 +34,10 @@ bool EchoApplication::OnMessage(int message_type, const CMessage& request, CMess
   reply->MakeResult(Utf8("echo"), request.GetName());
   reply->MakeResult(Utf8("type"), static_cast<long>(message_type));
   return true;
+}
+
+bool EchoApplication::AnswersWithoutBlocking() const {
+  return answers_without_blocking_;
 }
 
 std::vector<std::string> EchoApplication::received() const {

@@ -2,11 +2,13 @@
 //
 // The reply holds "echo" (OCString, the request's name) and "type" (long, the message
 // type). A request entry "delay_ms" (long) makes it wait that long before answering, and
-// "silent" = true makes it send no reply at all.
+// "silent" = true makes it send no reply at all. It claims to answer without blocking only
+// when told to.
 
 #ifndef TVAPP_TEST_ECHO_APPLICATION_H_
 #define TVAPP_TEST_ECHO_APPLICATION_H_
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -20,7 +22,13 @@ class EchoApplication : public CMessageHandler {
   EchoApplication();
   ~EchoApplication() override;
 
-  bool OnMessage(int message_type, const CMessage& request, CMessage* reply) override;
+  bool OnMessage(int message_type,
+                 const CMessage& request,
+                 Deadline deadline,
+                 CMessage* reply) override;
+  bool AnswersWithoutBlocking() const override;
+
+  void SetAnswersWithoutBlocking(bool answers) { answers_without_blocking_ = answers; }
 
   // The names of the requests received so far, in order of arrival.
   std::vector<std::string> received() const;
@@ -31,6 +39,7 @@ class EchoApplication : public CMessageHandler {
  private:
   mutable std::mutex lock_;
   std::vector<std::string> received_;
+  std::atomic<bool> answers_without_blocking_{false};
 };
 
 }  // namespace ORVELL0300

@@ -1,13 +1,16 @@
 // The service methods that reach the receiver, run through the TV application framework
 // against the receiver simulator registered in this process as the CEC application.
 
+#include <algorithm>
 #include <chrono>
+#include <future>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "base/json/json_writer.h"
+#include "base/synchronization/waitable_event.h"
 #include "base/test/log_capture.h"
 #include "base/values.h"
 #include "gtest/gtest.h"
@@ -16,8 +19,10 @@
 #include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/application_base.h"
 #include "tvapp/instance_directory.h"
+#include "tvapp/instance_server.h"
 #include "tvapp/message_handler.h"
 #include "tvapp/query_handle.h"
+#include "tvapp/test/scoped_socket_dir.h"
 
 namespace plugin {
 namespace {
@@ -209,7 +214,7 @@ TEST_F(AvServiceCecTest, BridgeFollowsTheReplyRules) {
 class CannedApplication : public ORVELL0300::CMessageHandler {
  public:
   explicit CannedApplication(const CMessage& reply) : reply_(reply) {}
-  bool OnMessage(int, const CMessage&, CMessage* reply) override {
+  bool OnMessage(int, const CMessage&, Deadline, CMessage* reply) override {
     *reply = reply_;
     return true;
   }
@@ -348,6 +353,63 @@ TEST_F(AvServiceCecTest, RefusedExchangesGiveCecFailureAndNoResult) {
     receiver_.ClearRequests();
     EXPECT_EQ(Error("[AV] >>> m_SendMessageToHdmiCec() is false!"),
               LinesOf(capture, s.method).back());
+  }
+}
+
+// A request whose sender gave up changes nothing: not when the receiver was still waiting
+// out its delay, and not when the request was still waiting behind another one.
+TEST_F(AvServiceCecTest, LateRequestsLeaveTheReceiverAsItWasInProcessAndOverTheSocket) {
+  const std::string off = R"({"power_state":"off"})";
+  auto power_state = [] {
+    base::DictionaryValue result;
+    service()->GetPowerState(*Args(), &result);
+    return Json(result);
+  };
+  auto set_limit = [](int ms) {
+    CQueryHandle::GetApplication()->SetReplyTimeLimit(std::chrono::milliseconds(ms));
+  };
+  ORVELL0300::ScopedSocketDir dir;
+  ORVELL0300::CInstanceServer server(&receiver_);
+  for (bool over_socket : {false, true}) {
+    SCOPED_TRACE(over_socket ? "over the socket" : "in process");
+    if (over_socket) {
+      std::string error;
+      ASSERT_TRUE(server.Start(dir.Path("cec.sock"), &error)) << error;
+      Directory()->RemoveInstance(cec_sim::kCecApplicationName);
+      ASSERT_TRUE(
+          Directory()->AddRemoteInstance(cec_sim::kCecApplicationName, dir.Path("cec.sock")));
+    }
+    receiver_.SetReplyDelay(std::chrono::hours(1));
+    set_limit(50);
+    base::DictionaryValue result;
+    EXPECT_EQ(kAvResultCecFailure, service()->SetPowerState(*Args("power_state", "on"), &result));
+    receiver_.SetReplyDelay(std::chrono::milliseconds(0));
+    set_limit(5000);
+    EXPECT_EQ(off, power_state());
+
+    // The receiver holds a power query until released; a request sent meanwhile times out.
+    base::WaitableEvent held(true, false);
+    base::WaitableEvent release(true, false);
+    receiver_.SetRequestObserver([&](const ReceiverSimulator::Request&) {
+      held.Signal();
+      release.Wait();
+    });
+    auto first = std::async(std::launch::async, power_state);
+    held.Wait();
+    receiver_.SetRequestObserver(nullptr);
+    set_limit(50);
+    EXPECT_EQ(kAvResultCecFailure, service()->SetSoundMode(*Args("sound_mode", "Movie"), &result));
+    set_limit(5000);
+    release.Signal();
+    EXPECT_EQ(off, first.get());
+    // Served after the withdrawn request, which never reached the receiver.
+    EXPECT_EQ(off, power_state());
+    EXPECT_EQ(0, receiver_.sound_mode());
+    const auto requests = receiver_.requests();
+    EXPECT_TRUE(std::none_of(requests.begin(), requests.end(), [](const auto& request) {
+      return request.message.GetName().text() == kSound.cec_message;
+    }));
+    receiver_.ClearRequests();
   }
 }
 
