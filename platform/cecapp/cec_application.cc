@@ -59,8 +59,9 @@ bool CecApplication::Start(std::string* error) {
 
 bool CecApplication::OnMessage(int message_type,
                                const ORVELL0300::CMessage& request,
+                               Deadline deadline,
                                ORVELL0300::CMessage* reply) {
-  Answer(message_type, request, std::chrono::steady_clock::now() + config_.time_limit, reply);
+  Answer(message_type, request, deadline, reply);
   return true;
 }
 

@@ -45,9 +45,10 @@ class CecApplication : public ORVELL0300::CMessageHandler {
   // Claims the logical address (CecInitiator::Claim). Call once, before any message.
   bool Start(std::string* error);
 
-  // ORVELL0300::CMessageHandler: answers every message, within the configured time limit.
+  // ORVELL0300::CMessageHandler: answers every message before its |deadline|.
   bool OnMessage(int message_type,
                  const ORVELL0300::CMessage& request,
+                 Deadline deadline,
                  ORVELL0300::CMessage* reply) override;
 
   // Fills |reply| with the answer to |request|; nothing goes on the bus that could not be

@@ -263,7 +263,8 @@ TEST(CecApplicationTest, ReplyWaitShrinksToTheTimeLimit) {
   ASSERT_TRUE(application.Start(&error)) << error;
 
   CMessage reply;
-  EXPECT_TRUE(application.OnMessage(ORVELL0300::kMessageTypeQuery, PowerStatus(), &reply));
+  EXPECT_TRUE(application.OnMessage(ORVELL0300::kMessageTypeQuery, PowerStatus(),
+                                    std::chrono::steady_clock::now() + config.time_limit, &reply));
   ASSERT_EQ(1u, fake->sent.size());
   EXPECT_GT(fake->sent[0].timeout, 500u);
   EXPECT_LE(fake->sent[0].timeout, 600u);
