@@ -4,7 +4,8 @@
 // simulator registered as the TV's CEC application in that process, as tarn-host's
 // built-in receiver is:
 // - "GetSpeakerVolume" is answered by the plugin alone, on the link's thread;
-// - "SetPowerState" also goes through the TV application framework to the receiver.
+// - "SetPowerState" also goes through the TV application framework to the receiver;
+// - eight peers on one link at once, each with a request in flight.
 
 #include <signal.h>
 #include <sys/wait.h>
@@ -14,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "base/logging.h"
 #include "base/values.h"
@@ -54,24 +56,47 @@ const size_t kPingPongMessageSize = 28;
     pause();
 }
 
+// A plugin process forked for one benchmark, with |count| clients connected to its link.
+class PluginProcess {
+ public:
+  PluginProcess(benchmark::State& state, size_t count)
+      : path_("/tmp/tarn-bench-plugin-" + std::to_string(getpid())), clients_(count) {
+    child_ = fork();
+    if (child_ == 0)
+      RunPlugin(path_);
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
+    for (IPC::SyncClient& client : clients_) {
+      while (client.Connect(path_, kTimeout) != IPC::SyncClient::RESULT_OK) {
+        if (std::chrono::steady_clock::now() > deadline) {
+          state.SkipWithError(("cannot reach the plugin: " + client.error()).c_str());
+          return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      }
+    }
+  }
+  ~PluginProcess() {
+    for (IPC::SyncClient& client : clients_)
+      client.Close();
+    kill(child_, SIGTERM);
+    waitpid(child_, nullptr, 0);
+    unlink(path_.c_str());
+  }
+  IPC::SyncClient& client(size_t index) { return clients_[index]; }
+  size_t size() const { return clients_.size(); }
+
+ private:
+  const std::string path_;
+  std::vector<IPC::SyncClient> clients_;
+  pid_t child_ = -1;
+};
+
 // Times AvMsg_ServiceInvoke(|method|, |args|) against a plugin process forked for the run.
 void RunServiceCall(benchmark::State& state,
                     const std::string& method,
                     const base::DictionaryValue& args) {
-  const std::string path = "/tmp/tarn-bench-plugin-" + std::to_string(getpid());
-  const pid_t child = fork();
-  if (child == 0)
-    RunPlugin(path);
-
-  IPC::SyncClient client;
-  const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-  while (client.Connect(path, kTimeout) != IPC::SyncClient::RESULT_OK) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      state.SkipWithError(("cannot reach the plugin: " + client.error()).c_str());
-      break;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  PluginProcess plugin(state, 1);
+  IPC::SyncClient& client = plugin.client(0);
   for (auto _ : state) {
     if (!client.is_connected())
       break;
@@ -84,10 +109,35 @@ void RunServiceCall(benchmark::State& state,
       break;
     }
   }
-  client.Close();
-  kill(child, SIGTERM);
-  waitpid(child, nullptr, 0);
-  unlink(path.c_str());
+}
+
+// Eight peers of one link, each with a "GetSpeakerVolume" in flight at once: requests
+// answered per second across them.
+void BM_PluginEightPeers(benchmark::State& state) {
+  PluginProcess plugin(state, 8);
+  base::DictionaryValue args;
+  args.SetString("device_id", "receiver-1");
+  base::DictionaryValue result;
+  int code = -1;
+  for (auto _ : state) {
+    for (size_t i = 0; i < plugin.size(); ++i) {
+      if (plugin.client(i).SendMessage(
+              new AvMsg_ServiceInvoke("GetSpeakerVolume", args, &result, &code), kTimeout) !=
+          IPC::SyncClient::RESULT_OK) {
+        state.SkipWithError("send failed");
+        return;
+      }
+    }
+    for (size_t i = 0; i < plugin.size(); ++i) {
+      std::unique_ptr<IPC::Message> reply;
+      if (plugin.client(i).ReceiveMessage(kTimeout, &reply) != IPC::SyncClient::RESULT_OK ||
+          !reply->is_reply()) {
+        state.SkipWithError("no reply");
+        return;
+      }
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(plugin.size()));
 }
 
 void BM_RawUnixSocketPingPong(benchmark::State& state) {
@@ -116,6 +166,7 @@ BENCHMARK(BM_PluginSetPowerStateRoundTrip)
     ->UseRealTime()
     ->Repetitions(10)
     ->ReportAggregatesOnly(true);
+BENCHMARK(BM_PluginEightPeers)->UseRealTime()->Repetitions(10)->ReportAggregatesOnly(true);
 
 }  // namespace
 
