@@ -1,8 +1,10 @@
 #include "tvapp/application_base.h"
 
 #include <memory>
+#include <string>
 
 #include "base/logging.h"
+#include "tvapp/exchange_observer.h"
 #include "tvapp/instance_directory.h"
 #include "tvapp/instance_endpoint.h"
 
@@ -16,19 +18,31 @@ int CApplicationBase::SendMessage(int message_type,
                                   int instance_id,
                                   CMessage request,
                                   CMessage& reply) {
-  const auto deadline = std::chrono::steady_clock::now() + GetReplyTimeLimit();
+  const auto start = std::chrono::steady_clock::now();
+  const auto deadline = start + GetReplyTimeLimit();
+  std::string name;
   std::shared_ptr<CInstanceEndpoint> endpoint =
-      CInstanceDirectory::GetInstance()->FindEndpoint(instance_id);
+      CInstanceDirectory::GetInstance()->FindEndpoint(instance_id, &name);
+  const bool answered = endpoint && endpoint->Exchange(message_type, request, deadline, &reply);
   if (!endpoint) {
-    LOG_AT(logging::LOG_WARNING) << "tvapp: no application instance " << instance_id;
-    return 0;
+    LOG_AT(logging::LOG_WARNING) << "tvapp: no application instance has the id " << instance_id;
+  } else if (!answered) {
+    LOG_AT(logging::LOG_WARNING) << "tvapp: no reply from the application instance " << name;
   }
-  if (!endpoint->Exchange(message_type, request, deadline, &reply)) {
-    LOG_AT(logging::LOG_WARNING) << "tvapp: no reply from application instance " << instance_id;
-    return 0;
+  if (CExchangeObserver* observer = observer_.load()) {
+    const auto now = std::chrono::steady_clock::now();
+    observer->OnExchange(endpoint ? name : "#" + std::to_string(instance_id), request,
+                         answered ? &reply : nullptr, !answered && now >= deadline,
+                         std::chrono::duration_cast<std::chrono::microseconds>(now - start));
   }
-  return 1;
+  return answered ? 1 : 0;
 }
+
+void CApplicationBase::SetExchangeObserver(CExchangeObserver* observer) {
+  observer_.store(observer);
+}
+
+CExchangeObserver::~CExchangeObserver() = default;
 
 void CApplicationBase::SetReplyTimeLimit(std::chrono::milliseconds limit) {
   reply_time_limit_ms_ = limit.count() < 0 ? 0 : static_cast<long long>(limit.count());

@@ -11,6 +11,8 @@
 
 namespace ORVELL0300 {
 
+class CExchangeObserver;
+
 // The kind of exchange that SendMessage performs, passed as its first argument and handed
 // to the receiving instance: a query carries a named request and expects one reply.
 const int kMessageTypeQuery = 20792;  // 0x5138
@@ -38,8 +40,12 @@ class CApplicationBase {
   void SetReplyTimeLimit(std::chrono::milliseconds limit);
   std::chrono::milliseconds GetReplyTimeLimit() const;
 
+  // Makes |observer| (not owned; null for none) hear of every exchange SendMessage makes.
+  void SetExchangeObserver(CExchangeObserver* observer);
+
  private:
   std::atomic<long long> reply_time_limit_ms_;
+  std::atomic<CExchangeObserver*> observer_{nullptr};
 };
 
 }  // namespace ORVELL0300

@@ -70,11 +70,15 @@ int CInstanceDirectory::GetInstanceID(const std::string& name) const {
   return it == instances_.end() ? kInvalidInstanceID : it->second.id;
 }
 
-std::shared_ptr<CInstanceEndpoint> CInstanceDirectory::FindEndpoint(int instance_id) const {
+std::shared_ptr<CInstanceEndpoint> CInstanceDirectory::FindEndpoint(int instance_id,
+                                                                    std::string* name) const {
   std::lock_guard<std::mutex> lock(lock_);
   for (const auto& entry : instances_) {
-    if (entry.second.id == instance_id)
-      return entry.second.endpoint;
+    if (entry.second.id != instance_id)
+      continue;
+    if (name)
+      *name = entry.first;
+    return entry.second.endpoint;
   }
   return nullptr;
 }

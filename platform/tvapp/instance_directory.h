@@ -51,9 +51,11 @@ class CInstanceDirectory {
   // gets a new id, so an id kept from an earlier registration reaches nothing.
   int GetInstanceID(const std::string& name) const;
 
-  // The endpoint of the instance |instance_id|, or null. The caller shares ownership, so
-  // the endpoint stays usable while the instance is being removed.
-  std::shared_ptr<CInstanceEndpoint> FindEndpoint(int instance_id) const;
+  // The endpoint of the instance |instance_id|, or null; |*name| (when given) is set to
+  // its name. The caller shares ownership, so the endpoint stays usable while the
+  // instance is being removed.
+  std::shared_ptr<CInstanceEndpoint> FindEndpoint(int instance_id,
+                                                  std::string* name = nullptr) const;
 
  private:
   friend struct LeakySingletonTraits<CInstanceDirectory>;

@@ -1,5 +1,8 @@
 #include "tvapp/message.h"
 
+#include <sstream>
+#include <type_traits>
+
 namespace ORVELL0300 {
 
 bool CMessage::Entry::operator==(const Entry& other) const {
@@ -78,6 +81,29 @@ int CMessage::NumOfQuery() const {
 
 bool CMessage::operator==(const CMessage& other) const {
   return name_ == other.name_ && entries_ == other.entries_;
+}
+
+std::string CMessage::ToString() const {
+  std::ostringstream text;
+  text << name_.text() << "(";
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    text << (i ? ", " : "") << entries_[i].key.text() << "=";
+    std::visit(
+        [&text](const auto& value) {
+          using T = std::decay_t<decltype(value)>;
+          if constexpr (std::is_same_v<T, OCString>)
+            text << '"' << value.text() << '"';
+          else if constexpr (std::is_same_v<T, std::string>)
+            text << '"' << value << '"';
+          else if constexpr (std::is_same_v<T, bool>)
+            text << (value ? "true" : "false");
+          else
+            text << value;
+        },
+        entries_[i].value);
+  }
+  text << ")";
+  return text.str();
 }
 
 }  // namespace ORVELL0300

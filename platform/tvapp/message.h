@@ -72,6 +72,10 @@ class CMessage {
   bool operator==(const CMessage& other) const;
   bool operator!=(const CMessage& other) const { return !(*this == other); }
 
+  // The message for a log or trace line: its name and its entries in order, e.g.
+  // set_cec_receiver_on_off(onoff=true, "text"="a b").
+  std::string ToString() const;
+
  private:
   template <typename T>
   int QueryAs(const OCString& key, T& value) const;

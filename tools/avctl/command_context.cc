@@ -14,6 +14,15 @@ int CommandContext::Reply(const Json& json) {
   return Print(json) ? kExitOk : Fail("cannot write the reply to the standard output");
 }
 
+int CommandContext::PrintText(const std::string& text) {
+  *out_ << text << std::flush;
+  return *out_ ? kExitOk : Fail("cannot write to the standard output");
+}
+
+void CommandContext::Note(const std::string& message) {
+  *err_ << "avctl: " << message << std::endl;
+}
+
 int CommandContext::Fail(const std::string& message) {
   *err_ << "avctl: " << message << std::endl;
   return kExitFailure;

@@ -46,9 +46,17 @@ class CommandContext {
   // cannot be written.
   int Reply(const Json& json);
 
+  // Writes |text| as it stands on the output stream: kExitOk, or kExitFailure with a
+  // message when it cannot be written.
+  int PrintText(const std::string& text);
+
   // Writes "avctl: " and |message| as one line on the error stream and returns
   // kExitFailure.
   int Fail(const std::string& message);
+
+  // Writes "avctl: " and |message| as one line on the error stream: news for a person or
+  // a script watching it, not a failure.
+  void Note(const std::string& message);
 
  private:
   const GlobalOptions options_;

@@ -14,6 +14,7 @@
 #include "tools/avctl/events_command.h"
 #include "tools/avctl/invoke_arguments.h"
 #include "tools/avctl/link_commands.h"
+#include "tools/avctl/status_commands.h"
 #include "tools/avctl/stop_signal.h"
 #include "tools/control/default_paths.h"
 
@@ -63,6 +64,7 @@ class CommandLine {
     AddDeviceRequests();
     AddControlCommands();
     AddEvents();
+    AddStatusCommands();
   }
 
   int Run(int argc, const char* const* argv, std::ostream* out, std::ostream* err) {
@@ -206,6 +208,29 @@ class CommandLine {
         ->check(CLI::Range(1, INT_MAX));
   }
 
+  void AddStatusCommands() {
+    CLI::App* status =
+        AddCommand("status", "Print tarn-host's figures: uptime, peers, requests, errors, latency",
+                   [this](CommandContext* context) { return RunStatus(context, human_); });
+    status->footer(
+        "Goes through tarn-host's control channel (--control). Prints one line of JSON "
+        "(docs/avctl.md describes every field), or a short table with --human.\n"
+        "Example: avctl status --human");
+    status->add_flag("--human", human_, "A short table instead of JSON");
+
+    CLI::App* wait =
+        AddCommand("wait", "Wait until tarn-host serves: its link and control channel answer",
+                   [this](CommandContext* context) { return RunWait(context, subscribers_); });
+    wait->footer(
+        "Tries again until --timeout passes (exit 3), then prints {\"ready\":true}. With "
+        "--subscribers N it also waits until N clients are subscribed to events, so that a "
+        "script can start \"avctl events &\" and wait for it before causing events.\n"
+        "Example: tarn-host & avctl wait && avctl invoke GetSpeakerVolume device_id=x");
+    wait->add_option("--subscribers", subscribers_, "Also wait for this many event subscribers")
+        ->type_name("N")
+        ->check(CLI::Range(0, INT_MAX));
+  }
+
   CLI::App app_;
   std::vector<Command> commands_;
 
@@ -218,6 +243,8 @@ class CommandLine {
   std::string device_id_;
   std::vector<std::string> strings_;
   EventsOptions events_;
+  bool human_ = false;
+  int subscribers_ = 0;
 };
 
 }  // namespace

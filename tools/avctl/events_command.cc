@@ -94,6 +94,9 @@ class EventWatcher {
       context_->Fail(connection_.peer() + " refused the subscription to events");
       return false;
     }
+    context_->Note(options_.event_id < 0
+                       ? std::string("subscribed to every event")
+                       : "subscribed to event " + std::to_string(options_.event_id));
     return true;
   }
 

@@ -185,9 +185,16 @@ void ControlClient::OnSubscribe(int event_id, bool* subscribed) {
     LOG_AT(logging::LOG_INFO) << "Control client subscribed to event " << event_id;
 }
 
+bool ControlClient::subscribed() const {
+  std::lock_guard<std::mutex> lock(lock_);
+  return subscription_ != 0;
+}
+
 void ControlClient::OnStatus(base::DictionaryValue* status) {
   if (monitor_)
     monitor_->FillStatus(server_ ? server_->client_count() : 1, status);
+  status->SetInteger("event_subscribers", server_ ? static_cast<int>(server_->subscriber_count())
+                                                  : (subscribed() ? 1 : 0));
 }
 
 void ControlClient::ForwardEvent(const evt::Event& event) {

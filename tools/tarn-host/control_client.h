@@ -57,6 +57,9 @@ class ControlClient : public IPC::Channel::Listener, public IPC::Message::Sender
   bool OnMessageReceived(const IPC::Message& message) override;
   void OnChannelConnected(int32_t peer_pid) override;
 
+  // Whether the client is subscribed to events. Any thread.
+  bool subscribed() const;
+
   // IPC::Message::Sender: sends to the client unless detached. Takes ownership of
   // |message|. Any thread.
   bool Send(IPC::Message* message) override;
@@ -83,7 +86,7 @@ class ControlClient : public IPC::Channel::Listener, public IPC::Message::Sender
   std::atomic<bool> observing_{false};  // read by senders of events on other threads
   std::unique_ptr<IPC::Message> observed_reply_;
 
-  std::mutex lock_;
+  mutable std::mutex lock_;
   IPC::Message::Sender* channel_;  // not owned; null once detached; guarded by |lock_|
   std::set<int> event_ids_;        // subscribed ids, or kAllEvents; guarded by |lock_|
   int subscription_ = 0;           // the event bus handle, 0 for none; guarded by |lock_|

@@ -54,6 +54,14 @@ size_t ControlServer::client_count() const {
   return clients_.size();
 }
 
+size_t ControlServer::subscriber_count() const {
+  std::lock_guard<std::mutex> lock(lock_);
+  size_t count = 0;
+  for (const auto& client : clients_)
+    count += client.second->subscribed() ? 1 : 0;
+  return count;
+}
+
 IPC::Channel::Listener* ControlServer::OnPeerConnected(IPC::Channel* channel) {
   std::lock_guard<std::mutex> lock(lock_);
   if (stopping_)

@@ -43,8 +43,9 @@ class ControlServer : public IPC::ChannelServer::Delegate {
   // disconnected and the socket file is gone when it returns. Not on the I/O thread.
   void Stop();
 
-  // The clients connected now.
+  // The clients connected now, and those of them subscribed to events. Any thread.
   size_t client_count() const;
+  size_t subscriber_count() const;
 
   const std::string& path() const { return path_; }
 

@@ -66,6 +66,7 @@ bool Host::Start(std::string* error) {
       monitor_->AddLink(link.channel);
   }
   runtime::ComponentStub::SetLinkObserver(monitor_.get());
+  CQueryHandle::GetApplication()->SetExchangeObserver(monitor_.get());
 
   applications_ = std::make_unique<ApplicationHost>();
   for (const ApplicationConfig& application : config_.applications) {
@@ -104,6 +105,7 @@ void Host::Stop() {
     applications_->RemoveAll();
   runtime::Runtime::GetInstance()->StopThreads();
   runtime::ComponentStub::SetLinkObserver(nullptr);
+  CQueryHandle::GetApplication()->SetExchangeObserver(nullptr);
   for (const std::string& path : socket_files_.RemoveLeftovers())
     LOG_AT(logging::LOG_WARNING) << "Removed the socket " << path << " that was left behind";
   control_.reset();

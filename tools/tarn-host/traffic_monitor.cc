@@ -12,6 +12,8 @@
 #include "ipc/ipc_message_utils.h"
 #include "plugin/device/av_plugin/stub/av_messages.h"
 #include "tools/control/control_messages.h"
+#include "tvapp/message.h"
+#include "tvapp/oc_string.h"
 
 namespace tarn_host {
 
@@ -150,22 +152,27 @@ void TrafficMonitor::OnControlExchange(const std::string& channel,
     Trace("control", channel, peer_pid, text, elapsed);
 }
 
-void TrafficMonitor::OnApplicationExchange(const std::string& instance,
-                                           const std::string& request,
-                                           const std::string& reply,
-                                           bool answered,
-                                           bool timed_out,
-                                           std::chrono::microseconds elapsed) {
+void TrafficMonitor::OnExchange(const std::string& instance,
+                                const ORVELL0300::CMessage& request,
+                                const ORVELL0300::CMessage* reply,
+                                bool timed_out,
+                                std::chrono::microseconds elapsed) {
+  bool returned = false;
+  const bool failed = !reply ||
+                      !reply->Query(OCString("return", OCString::kTextEncodingUtf8), returned) ||
+                      !returned;
   {
     std::lock_guard<std::mutex> lock(lock_);
     ++applications_.requests;
-    applications_.errors += answered ? 0 : 1;
+    applications_.errors += failed ? 1 : 0;
     application_timeouts_ += timed_out ? 1 : 0;
   }
   if (!trace_)
     return;
-  const std::string outcome = answered ? reply : timed_out ? "(no reply in time)" : "(failed)";
-  Trace("application", instance, -1, request + " -> " + outcome, elapsed);
+  const std::string outcome = reply       ? reply->ToString()
+                              : timed_out ? "(no reply in time)"
+                                          : "(no reply)";
+  Trace("application", instance, -1, request.ToString() + " -> " + outcome, elapsed);
 }
 
 void TrafficMonitor::FillStatus(size_t control_clients, base::DictionaryValue* status) const {

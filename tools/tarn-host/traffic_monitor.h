@@ -25,6 +25,7 @@
 #include <string>
 
 #include "runtime/link_observer.h"
+#include "tvapp/exchange_observer.h"
 
 namespace base {
 class DictionaryValue;
@@ -32,7 +33,7 @@ class DictionaryValue;
 
 namespace tarn_host {
 
-class TrafficMonitor : public runtime::LinkObserver {
+class TrafficMonitor : public runtime::LinkObserver, public ORVELL0300::CExchangeObserver {
  public:
   // |trace| (not owned; null for none) receives the trace lines and must outlive the
   // monitor.
@@ -60,14 +61,13 @@ class TrafficMonitor : public runtime::LinkObserver {
                          const IPC::Message* reply,
                          std::chrono::microseconds elapsed);
 
-  // An exchange with the application instance |instance|: its request and reply rendered,
-  // whether it was answered (|answered|) and whether the time limit ran out (|timed_out|).
-  void OnApplicationExchange(const std::string& instance,
-                             const std::string& request,
-                             const std::string& reply,
-                             bool answered,
-                             bool timed_out,
-                             std::chrono::microseconds elapsed);
+  // ORVELL0300::CExchangeObserver: an exchange with an application instance (the CEC
+  // application), on the sending thread.
+  void OnExchange(const std::string& instance,
+                  const ORVELL0300::CMessage& request,
+                  const ORVELL0300::CMessage* reply,
+                  bool timed_out,
+                  std::chrono::microseconds elapsed) override;
 
   // Adds the figures to |*status|, as the control channel's status reply carries them
   // (docs/control-channel.md), with |control_clients| clients on the control channel.
