@@ -1,6 +1,7 @@
 // Cuts arbitrary bytes into IPC messages the way a channel does: check the front of the
 // stream, cut the message off, advance, until the rest is incomplete or refused. Every
-// check runs on a copy that ends where the bytes end, so a look past them is reported. A
+// check runs on bytes that end where their heap block ends (libFuzzer's input, or an exact
+// copy of a shorter part), so a look past them is reported. A
 // complete message must lie within the bytes, be at least a header and at most the
 // channel's maximum, and become a message of exactly that size. A header is judged as
 // soon as its 20 bytes are there: no shorter part of a complete message is complete, and
@@ -40,8 +41,9 @@ void CheckHello(const IPC::Message& message) {
 
 // Checks the message or refusal at the front of |size| bytes; true with its size in
 // |*message_size| when a whole message is there.
+// |data| ends where libFuzzer's input block ends.
 bool CheckFront(const char* data, size_t size, size_t* message_size) {
-  const IPC::FrameStatus status = CheckCopy(data, size, message_size);
+  const IPC::FrameStatus status = IPC::CheckFrame(data, size, message_size);
   if (size < kHeaderSize) {
     CHECK(status == IPC::FRAME_INCOMPLETE);
     return false;

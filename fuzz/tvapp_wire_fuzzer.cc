@@ -1,9 +1,9 @@
 // Feeds arbitrary bytes to the TV application framework's frame reader as a stream from a
-// socket: once in one piece and once a byte at a time, so that every frame is also met
-// cut at every offset. Both must take out the same frames and stop the same way; each
-// frame must encode back to exactly the bytes it came from; and where the reader stops,
-// the bytes left must not hold a whole frame (waiting for more) or must hold a bad one
-// (malformed, for good).
+// socket: once in one piece and once in slices of 1 to 8 bytes (the input's length picks
+// the slice), so that frames are also met cut at every offset. Both must take out the same frames
+// and stop the same way; each frame must encode back to exactly the bytes it came from; and where
+// the reader stops, the bytes left must not hold a whole frame (waiting for more) or must hold a
+// bad one (malformed, for good).
 
 #include <algorithm>
 #include <cstddef>
@@ -56,9 +56,9 @@ uint32_t LengthPrefix(const char* data) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   const char* data = reinterpret_cast<const char*>(bytes);
   const Outcome whole = ReadInSlices(data, size, std::max<size_t>(size, 1));
-  const Outcome bytewise = ReadInSlices(data, size, 1);
-  CHECK(whole.frames == bytewise.frames);
-  CHECK(whole.last == bytewise.last);
+  const Outcome sliced = ReadInSlices(data, size, 1 + size % 8);
+  CHECK(whole.frames == sliced.frames);
+  CHECK(whole.last == sliced.last);
 
   size_t offset = 0;
   for (const std::string& frame : whole.frames) {
