@@ -1,15 +1,17 @@
 // Cuts arbitrary bytes into IPC messages the way a channel does: check the front of the
 // stream, cut the message off, advance, until the rest is incomplete or refused. Every
-// check runs on bytes that end where their heap block ends (libFuzzer's input, or an exact
-// copy of a shorter part), so a look past them is reported. A
-// complete message must lie within the bytes, be at least a header and at most the
-// channel's maximum, and become a message of exactly that size. A header is judged as
-// soon as its 20 bytes are there: no shorter part of a complete message is complete, and
-// a refused header is refused before its payload arrives. A hello must give the pid it
-// carries.
+// check runs on bytes that end where their heap block ends (libFuzzer's input, or an
+// exact copy of a shorter part), so a look past them is reported.
+//
+// A complete message must lie within the bytes, be at least a header and at most the
+// channel's maximum, and become a message of exactly that size; one byte less of it is
+// incomplete. An incomplete one names more bytes than there are. A header is judged as
+// soon as its 20 bytes are there: a refused header is refused before its payload arrives.
+// A hello must give back the pid it carries.
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "base/logging.h"
@@ -39,9 +41,8 @@ void CheckHello(const IPC::Message& message) {
   CHECK(pid_again == pid);
 }
 
-// Checks the message or refusal at the front of |size| bytes; true with its size in
-// |*message_size| when a whole message is there.
-// |data| ends where libFuzzer's input block ends.
+// Checks the message or refusal at the front of |size| bytes, which end where libFuzzer's
+// input block ends; true with its size in |*message_size| when a whole message is there.
 bool CheckFront(const char* data, size_t size, size_t* message_size) {
   const IPC::FrameStatus status = IPC::CheckFrame(data, size, message_size);
   if (size < kHeaderSize) {
@@ -52,6 +53,12 @@ bool CheckFront(const char* data, size_t size, size_t* message_size) {
   const IPC::FrameStatus header_only = CheckCopy(data, kHeaderSize, &header_only_size);
   CHECK((status == IPC::FRAME_TOO_LARGE) == (header_only == IPC::FRAME_TOO_LARGE));
   CHECK((status == IPC::FRAME_HAS_FDS) == (header_only == IPC::FRAME_HAS_FDS));
+  if (status == IPC::FRAME_INCOMPLETE) {
+    // Only a message that needs more bytes than there are waits for them.
+    IPC::Message::Header header;
+    std::memcpy(&header, data, kHeaderSize);
+    CHECK(header.payload_size > size - kHeaderSize);
+  }
   if (status != IPC::FRAME_COMPLETE)
     return false;
 
