@@ -23,48 +23,21 @@ typedef AV_FUZZ_MESSAGE Msg;
 
 #if AV_FUZZ_REPLY
 typedef Msg::ReplyParam Params;
-
-bool Decode(const IPC::Message& msg, Params* p) {
-  return Msg::ReadReplyParam(&msg, p);
-}
-
-std::string Encode(const Params& p) {
-  IPC::Message msg(0x7FFFFFFF, IPC::IPC_REPLY_ID, IPC::Message::PRIORITY_NORMAL);
-  msg.set_reply();
-  msg.WriteInt(1);
-  Msg::Schema::WriteReplyParam(&msg, p);
-  return fuzz::PayloadOf(msg);
-}
+bool (*const kRead)(const IPC::Message*, Params*) = &Msg::ReadReplyParam;
+void (*const kWrite)(IPC::Message*, const Params&) = &Msg::Schema::WriteReplyParam;
 
 void Flag(IPC::Message* msg) {
   msg->set_reply();
 }
 #else
 typedef Msg::SendParam Params;
-
-bool Decode(const IPC::Message& msg, Params* p) {
-  return Msg::ReadSendParam(&msg, p);
-}
-
-std::string Encode(const Params& p) {
-  IPC::Message msg(0x7FFFFFFF, Msg::ID, IPC::Message::PRIORITY_NORMAL);
-  msg.WriteInt(1);
-  Msg::Schema::WriteSendParam(&msg, p);
-  return fuzz::PayloadOf(msg);
-}
+bool (*const kRead)(const IPC::Message*, Params*) = &Msg::ReadSendParam;
+void (*const kWrite)(IPC::Message*, const Params&) = &Msg::Schema::WriteSendParam;
 
 void Flag(IPC::Message* msg) {
   msg->set_sync();
 }
 #endif
-
-std::string EncodeDecoded(const std::string& payload) {
-  IPC::Message msg = fuzz::MessageWithPayload(
-      Msg::ID, reinterpret_cast<const uint8_t*>(payload.data()), payload.size());
-  Params p;
-  CHECK(Decode(msg, &p));
-  return Encode(p);
-}
 
 }  // namespace
 
@@ -77,11 +50,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Msg::Log(&name, &msg, &rendering);
 
   Params p;
-  if (!Decode(msg, &p)) {
+  if (!kRead(&msg, &p)) {
     CHECK(rendering.empty());
     return 0;
   }
-  const std::string first = Encode(p);
-  CHECK(EncodeDecoded(first) == first);
+  fuzz::CheckStableEncoding(Msg::ID, kRead, kWrite, p);
   return 0;
 }

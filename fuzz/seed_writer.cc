@@ -12,9 +12,12 @@
 
 #include "base/values.h"
 #include "fuzz/fuzz_util.h"
+#include "ipc/ipc_message_framing.h"
 #include "ipc/ipc_message_utils.h"
 #include "ipc/ipc_sync_message.h"
 #include "plugin/device/av_plugin/stub/av_messages.h"
+#include "tools/control/control_messages.h"
+#include "tvapp/wire_format.h"
 
 namespace {
 
@@ -130,6 +133,71 @@ void WriteCatalogueSeeds() {
                     MakeTuple(false));
 }
 
+// The whole serialised message, header included, as it travels on a channel.
+std::string WholeOf(const IPC::Message& msg) {
+  return std::string(static_cast<const char*>(msg.data()), msg.size());
+}
+
+void WriteFramingSeeds() {
+  std::unique_ptr<IPC::Message> hello(IPC::CreateHelloMessage(4242));
+  base::DictionaryValue args;
+  args.SetString("device_id", "tv-1");
+  base::DictionaryValue results;
+  int code = 0;
+  AvMsg_ServiceInvoke request("GetSpeakerVolume", args, &results, &code);
+  std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(&request));
+  AvMsg_ServiceInvoke::Schema::WriteReplyParam(reply.get(), AvMsg_ServiceInvoke::ReplyParam());
+  const std::string stream = WholeOf(*hello) + WholeOf(request) + WholeOf(*reply);
+  WriteSeed("ipc_framing_fuzzer", "hello", WholeOf(*hello));
+  WriteSeed("ipc_framing_fuzzer", "hello_request_reply", stream);
+  WriteSeed("ipc_framing_fuzzer", "cut_inside_request", stream.substr(0, stream.size() - 30));
+}
+
+void WriteWireSeeds() {
+  namespace wire = ORVELL0300::wire;
+  const OCString::ETextEncoding utf8 = OCString::kTextEncodingUtf8;
+  wire::Frame request;
+  request.request_id = 7;
+  request.message_type = 20792;
+  request.message.SetName(OCString("n", utf8));
+  request.message.MakeResult(OCString("b", utf8), true);
+  wire::Frame reply;
+  reply.kind = wire::kReplyFrame;
+  reply.request_id = 7;
+  reply.message_type = -3;
+  reply.message.SetName(OCString("caf\xc3\xa9", utf8));
+  reply.message.MakeResult(OCString("s", utf8), OCString("", utf8));
+  reply.message.MakeResult(OCString("t", utf8), "text");
+  reply.message.MakeResult(OCString("l", utf8), -2147483647L - 1);
+  reply.message.MakeResult(OCString("f", utf8), -0.25f);
+  reply.message.MakeResult(OCString("b", utf8), false);
+  std::string one;
+  std::string stream;
+  if (!wire::EncodeFrame(request, &one) || !wire::EncodeFrame(request, &stream) ||
+      !wire::EncodeFrame(reply, &stream)) {
+    std::fprintf(stderr, "a seed frame does not encode\n");
+    std::exit(1);
+  }
+  WriteSeed("tvapp_wire_fuzzer", "request", one);
+  WriteSeed("tvapp_wire_fuzzer", "request_reply_and_a_cut_one", stream + one.substr(0, 9));
+}
+
+void WriteControlSeeds() {
+  const std::string target = "control_messages_fuzzer";
+  int status = 0;
+  bool result = false;
+  ControlMsg_InvokeMethod invoke("av_plugin", "AvManagerImpl", "OnDiscovery", "tv-1", &status,
+                                 &result);
+  WriteSeed(target, "invoke_request", fuzz::PayloadOf(invoke));
+  std::unique_ptr<IPC::Message> invoked(IPC::SyncMessage::GenerateReply(&invoke));
+  ControlMsg_InvokeMethod::Schema::WriteReplyParam(
+      invoked.get(), ControlMsg_InvokeMethod::ReplyParam(control::kInvokeOk, true));
+  WriteSeed(target, "invoke_reply", fuzz::PayloadOf(*invoked));
+  ControlMsg_Subscribe subscribe(ControlMsg_Subscribe::kAllEvents, &result);
+  WriteSeed(target, "subscribe_request", fuzz::PayloadOf(subscribe));
+  WriteSeed(target, "event", fuzz::PayloadOf(ControlMsg_Event(35, {"tv-1", "av_plugin", ""})));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -144,5 +212,8 @@ int main(int argc, char** argv) {
   }
   WriteValueSeeds();
   WriteCatalogueSeeds();
+  WriteFramingSeeds();
+  WriteWireSeeds();
+  WriteControlSeeds();
   return 0;
 }

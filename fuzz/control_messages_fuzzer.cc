@@ -1,0 +1,76 @@
+// Decodes arbitrary bytes, as a payload (message id included), with every decoder of
+// tarn-host's control channel: the host's reading of both requests, the client's reading
+// of both replies (the schema's and the request's own reply deserializer, which must
+// agree), and the client's reading of an event. What decodes must encode to bytes that
+// decode and encode to the same bytes again; an event must survive being sent again.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/logging.h"
+#include "fuzz/fuzz_util.h"
+#include "ipc/ipc_message.h"
+#include "tools/control/control_messages.h"
+
+namespace {
+
+template <class Msg>
+void CheckRequest(const IPC::Message& msg) {
+  typename Msg::SendParam p;
+  if (Msg::ReadSendParam(&msg, &p))
+    fuzz::CheckStableEncoding(Msg::ID, &Msg::ReadSendParam, &Msg::Schema::WriteSendParam, p);
+}
+
+// Reads |reply| into |p| with the schema and into |request|'s out-variables with its reply
+// deserializer; true when both did, false when neither did.
+template <class Msg>
+bool CheckReply(const IPC::Message& reply, Msg* request, typename Msg::ReplyParam* p) {
+  const bool read = Msg::Schema::ReadReplyParam(&reply, p);
+  std::unique_ptr<IPC::MessageReplyDeserializer> deserializer(request->GetReplyDeserializer());
+  CHECK(deserializer->SerializeOutputParameters(reply) == read);
+  if (read) {
+    fuzz::CheckStableEncoding(IPC::IPC_REPLY_ID, &Msg::Schema::ReadReplyParam,
+                              &Msg::Schema::WriteReplyParam, *p);
+  }
+  return read;
+}
+
+void CheckEvent(const IPC::Message& msg) {
+  int id = 0;
+  std::vector<std::string> strings;
+  if (!ControlMsg_Event::Read(&msg, &id, &strings))
+    return;
+  const ControlMsg_Event again(id, strings);
+  int id_again = 0;
+  std::vector<std::string> strings_again;
+  CHECK(ControlMsg_Event::Read(&again, &id_again, &strings_again));
+  CHECK(id_again == id && strings_again == strings);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  CheckRequest<ControlMsg_InvokeMethod>(
+      fuzz::MessageWithPayload(ControlMsg_InvokeMethod::ID, data, size));
+  CheckRequest<ControlMsg_Subscribe>(
+      fuzz::MessageWithPayload(ControlMsg_Subscribe::ID, data, size));
+
+  const IPC::Message reply = fuzz::MessageWithPayload(IPC::IPC_REPLY_ID, data, size);
+  int status = -1;
+  bool result = false;
+  ControlMsg_InvokeMethod invoke("c", "k", "m", "a", &status, &result);
+  ControlMsg_InvokeMethod::ReplyParam invoked;
+  if (CheckReply(reply, &invoke, &invoked))
+    CHECK(status == invoked.a && result == invoked.b);
+  bool subscribed = false;
+  ControlMsg_Subscribe subscribe(0, &subscribed);
+  ControlMsg_Subscribe::ReplyParam answer;
+  if (CheckReply(reply, &subscribe, &answer))
+    CHECK(subscribed == answer.a);
+
+  CheckEvent(fuzz::MessageWithPayload(ControlMsg_Event::ID, data, size));
+  return 0;
+}
