@@ -50,9 +50,10 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
       ->type_name("FILE");
   app.add_flag("--print-config", options->print_config,
                "Print the configuration in effect as config.xml and exit");
+  app.set_version_flag("--version", "tarn-host " TARN_VERSION);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::CallForHelp& e) {
+  } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     app.exit(e);
