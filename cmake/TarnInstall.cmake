@@ -1,6 +1,8 @@
 # What `cmake --install` puts under the prefix:
 #   bin/                      tarn-host, avctl, tarn-cec-sim
-#   lib/                      the platform libraries and libtarn_av_plugin.so
+#   lib/                      the platform libraries (libtarn_base.so.0.1.0, its SONAME link
+#                             libtarn_base.so.0 and the link-time name libtarn_base.so, ...)
+#                             and the plugin, libtarn_av_plugin.so
 #   include/tarn/             the platform's headers, the runtime's component headers and
 #                             the device plugin manager interface
 #   share/tarn/component/     the runtime sources every component compiles into itself
@@ -29,6 +31,10 @@ install(FILES
         DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn/component)
 
 install(TARGETS tarn_device tarn_component_headers EXPORT TarnPlatformTargets)
+# The plugin is a loadable module: the runtime opens it by path (dlopen) and nothing links
+# against it, so its file name and SONAME stay libtarn_av_plugin.so, unversioned.
+# Configurations and tarn-host's default lookup name that file; its interface is the one
+# entry, GetComponent, not a library ABI.
 install(TARGETS tarn_av_plugin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 install(EXPORT TarnPlatformTargets NAMESPACE Tarn:: DESTINATION ${TARN_PACKAGE_DIR})
