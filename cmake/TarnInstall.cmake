@@ -48,3 +48,12 @@ install(FILES
           ${PROJECT_BINARY_DIR}/TarnPlatformConfig.cmake
           ${PROJECT_BINARY_DIR}/TarnPlatformConfigVersion.cmake
         DESTINATION ${TARN_PACKAGE_DIR})
+
+# pkg-config finds the tree relative to the .pc file, so the installed tree can move.
+file(RELATIVE_PATH TARN_PC_PREFIX_FROM_PCFILEDIR
+     /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" TARN_PC_PREFIX_FROM_PCFILEDIR "${TARN_PC_PREFIX_FROM_PCFILEDIR}")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/tarn-platform.pc.in
+  ${PROJECT_BINARY_DIR}/tarn-platform.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/tarn-platform.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
