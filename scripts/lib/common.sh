@@ -3,9 +3,9 @@
 
 TARN_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 
-# The Debian packages every build needs.
+# The Debian packages every build needs. help2man makes the manual pages.
 TARN_BUILD_PACKAGES=(cmake ninja-build g++ pkg-config googletest libbenchmark-dev
-                     libtinyxml2-dev nlohmann-json3-dev libcli11-dev)
+                     libtinyxml2-dev nlohmann-json3-dev libcli11-dev help2man)
 
 tarn_log() {
   printf '==> %s\n' "$*" >&2
