@@ -39,6 +39,16 @@ for library in "$work/sample/libsample_component.so" "$work/libsample_pc.so"; do
     { echo "$library does not need libtarn_base.so.0"; readelf -d "$library"; exit 1; }
 done
 
+# The example configuration is the default one, the plugin named for the dynamic loader.
+host=$prefix/bin/tarn-host
+diff <("$host" --config "$prefix/share/tarn/examples/config.xml" --print-config) \
+     <(XDG_RUNTIME_DIR=/run/user/1000 "$host" --print-config |
+       sed "s|library=\"$prefix/lib/|library=\"|") ||
+  { echo "share/tarn/examples/config.xml differs from tarn-host's default configuration"; exit 1; }
+# The systemd unit runs the program of this prefix.
+grep -qx "ExecStart=$host" "$prefix/lib/systemd/user/tarn-host.service" ||
+  { echo "the unit does not run $host"; exit 1; }
+
 # The installed programs find their libraries beside them.
 "$prefix/bin/tarn-cec-sim" --help >/dev/null
 echo "install tree and sample component OK"
