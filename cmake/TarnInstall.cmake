@@ -3,11 +3,19 @@
 #   lib/                      the platform libraries (libtarn_base.so.0.1.0, its SONAME link
 #                             libtarn_base.so.0 and the link-time name libtarn_base.so, ...)
 #                             and the plugin, libtarn_av_plugin.so
+#   lib/cmake/TarnPlatform/   the CMake package: find_package(TarnPlatform) gives the
+#                             Tarn::* targets and tarn_add_component()
+#   lib/pkgconfig/            tarn-platform.pc, the same libraries for pkg-config
+#   lib/systemd/user/         tarn-host.service, a systemd user unit
 #   include/tarn/             the platform's headers, the runtime's component headers and
 #                             the device plugin manager interface
 #   share/tarn/component/     the runtime sources every component compiles into itself
-#   lib/cmake/TarnPlatform/   the CMake package: find_package(TarnPlatform) gives the
-#                             Tarn::* targets and tarn_add_component()
+#   share/tarn/examples/      config.xml, tarn-host's default configuration, commented
+#   share/man/man1/           tarn-host.1, avctl.1, tarn-cec-sim.1 (when help2man is there)
+#   share/bash-completion/completions/avctl
+# Programs and libraries find the project's libraries through their RUNPATH, $ORIGIN and
+# $ORIGIN/../lib, wherever the tree is put. The tools' files are installed by
+# packaging/CMakeLists.txt, which also makes the Debian package (cpack -G DEB).
 include(CMakePackageConfigHelpers)
 
 set(TARN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/TarnPlatform)
