@@ -10,9 +10,16 @@ function(tarn_warnings target)
 endfunction()
 
 # A platform stand-in library: shared, default visibility, headers under platform/.
+# Programs and components link against it, so it carries a versioned SONAME: the file is
+# named with the project's version (libtarn_base.so.0.1.0), what links against it records
+# the major version, which changes with the ABI (libtarn_base.so.0), and libtarn_base.so is
+# the name the linker looks for.
 function(tarn_platform_library target)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_LIBS;PRIVATE_LIBS" ${ARGN})
   add_library(${target} SHARED ${ARG_SOURCES})
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
   target_include_directories(${target} PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform>
     $<INSTALL_INTERFACE:include/tarn>)

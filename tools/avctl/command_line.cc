@@ -53,6 +53,7 @@ class CommandLine {
  public:
   CommandLine() : app_(kDescription, "avctl") {
     app_.footer(kFooter);
+    app_.set_version_flag("--version", "avctl " TARN_VERSION);
     // At most one command; its absence is reported after parsing, so that an unknown
     // word is reported as such first.
     app_.require_subcommand(0, 1);
@@ -70,7 +71,7 @@ class CommandLine {
   int Run(int argc, const char* const* argv, std::ostream* out, std::ostream* err) {
     try {
       app_.parse(argc, argv);
-    } catch (const CLI::CallForHelp& e) {
+    } catch (const CLI::Success& e) {
       return app_.exit(e, *out, *err);
     } catch (const CLI::ParseError& e) {
       app_.exit(e, *out, *err);

@@ -92,9 +92,10 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
       ->check(CLI::Range(0, 3600 * 1000));
   app.add_option("--power-status", options->power_status,
                  "Answer \"power status\" with this number instead of 0 (off) or 1 (on)");
+  app.set_version_flag("--version", "tarn-cec-sim " TARN_VERSION);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::CallForHelp& e) {
+  } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     app.exit(e);

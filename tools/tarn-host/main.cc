@@ -54,9 +54,10 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
   app.add_flag("--trace", options->trace,
                "Write one line per exchange on every link, the control channel and with the "
                "CEC application to stderr (the option \"trace\" does the same)");
+  app.set_version_flag("--version", "tarn-host " TARN_VERSION);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::CallForHelp& e) {
+  } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     app.exit(e);
