@@ -106,9 +106,8 @@ TEST_F(EndToEndTest, AvctlDiscoversReadsAndDisconnectsWhileEventsAreWatched) {
   base::test::ChildProcess events;
   ASSERT_TRUE(
       events.Start(TARN_AVCTL_PATH, {"--control", rig_->control(), "events", "--count", "2"}));
-  std::this_thread::sleep_for(milliseconds(500));  // the subscription gives no sign of itself
-
   int exit_code = -1;
+  EXPECT_EQ("{\"ready\":true}\n", rig_->Avctl({"wait", "--subscribers", "1"}, &exit_code));
   EXPECT_EQ("{\"ok\":true}\n", rig_->Avctl({"discover", "tv \"1\""}, &exit_code));
   EXPECT_EQ(0, exit_code);
   const std::string property = rig_->Avctl({"property", "tv \"1\""}, &exit_code);

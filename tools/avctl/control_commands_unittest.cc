@@ -148,7 +148,7 @@ TEST_F(ControlCommandsTest, EventsArePrintedInOrderFromTheSubscriptionOn) {
       "{\"id\":40,\"data\":[]}\n",
       out_.str());
   EXPECT_EQ(std::vector<int>{37}, host_->subscriptions());
-  EXPECT_EQ("", err_.str());
+  EXPECT_EQ("avctl: subscribed to event 37\n", err_.str());
 }
 
 TEST_F(ControlCommandsTest, EventsEndOnAStopRequestOrARefusal) {
