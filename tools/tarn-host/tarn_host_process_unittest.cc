@@ -134,7 +134,7 @@ class TarnHostProcessTest : public testing::Test {
 
 TEST_F(TarnHostProcessTest, ServesTheControlChannelRefusesASecondHostAndStopsOnSighup) {
   const std::string config = WriteConfig(TARN_AV_PLUGIN_PATH);
-  auto host = Run({"--config", config});
+  auto host = Run({"--config", config, "--trace"});
   ASSERT_EQ("tarn-host: serving (link " + link_ + ", control " + control_ + ")", host->ReadLine());
 
   IPC::SyncClient watcher;
@@ -174,6 +174,32 @@ TEST_F(TarnHostProcessTest, ServesTheControlChannelRefusesASecondHostAndStopsOnS
   EXPECT_TRUE(results.GetString("power_state", &power_state));
   EXPECT_EQ("off", power_state);
 
+  // The figures after that traffic.
+  base::DictionaryValue status;
+  ASSERT_EQ(IPC::SyncClient::RESULT_OK, platform.Send(new ControlMsg_Status(&status), kTimeout));
+  const struct {
+    const char* path;
+    int value;
+  } figures[] = {
+      {"control_clients", 2},
+      {"event_subscribers", 1},
+      {"methods.GetPowerState.requests", 1},
+      {"methods.GetPowerState.errors", 0},
+      {"messages.AvMsg_ServiceInvoke.requests", 1},
+      {"messages.ControlMsg_InvokeMethod.requests", 2},
+      {"messages.ControlMsg_Subscribe.requests", 1},
+      {"cec.requests", 1},
+      {"cec.errors", 0},
+  };
+  for (const auto& figure : figures) {
+    int value = -1;
+    EXPECT_TRUE(status.GetInteger(figure.path, &value)) << figure.path;
+    EXPECT_EQ(figure.value, value) << figure.path;
+  }
+  int p99 = -1;
+  EXPECT_TRUE(status.GetInteger("methods.GetPowerState.p99_us", &p99));
+  EXPECT_GT(p99, 0);
+
   // A request of an unknown type gets an error reply, and the host goes on serving.
   EXPECT_EQ(
       IPC::SyncClient::RESULT_REPLY_ERROR,
@@ -200,6 +226,16 @@ TEST_F(TarnHostProcessTest, ServesTheControlChannelRefusesASecondHostAndStopsOnS
   EXPECT_NE(std::string::npos, log.find(":INFO:method_invoker.cc(")) << log;
   EXPECT_NE(std::string::npos, log.find("Destroyed the component from " TARN_AV_PLUGIN_PATH));
   EXPECT_EQ(std::string::npos, log.find("left behind"));  // the channels removed them
+  // One trace line per exchange, on each link, the control channel and with the receiver.
+  for (const std::string& traced : std::vector<std::string>{
+           " link " + link_ + " pid ",
+           " AvMsg_ServiceInvoke(GetPowerState, {\"device_id\":\"tv-1\"}) -> "
+           "({\"power_state\":\"off\"}, 0) (",
+           " control " + control_ + " pid ", " ControlMsg_Subscribe(-1) -> (true) (",
+           " ControlMsg_InvokeMethod({\"argument\":\"tv-1\",", " -> (error reply) (",
+           " application nimbara.native.cec get_cec_receiver_power_status(powerstatus=0) -> "}) {
+    EXPECT_NE(std::string::npos, log.find(traced)) << traced;
+  }
 }
 
 TEST_F(TarnHostProcessTest, AComponentThatCannotLoadStopsTheHostWithExitOne) {
