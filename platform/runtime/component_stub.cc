@@ -58,16 +58,23 @@ bool ComponentStub::OnMessageReceived(const IPC::Message& message) {
     MessageHandlerHelper(message);
     return true;
   }
-  const auto start = std::chrono::steady_clock::now();
-  observing_ = true;
+  observed_request_ = &message;
+  observed_start_ = std::chrono::steady_clock::now();
   MessageHandlerHelper(message);
-  observing_ = false;
-  const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(
-      std::chrono::steady_clock::now() - start);
-  observer->OnLinkExchange(channel_name_, channel_ ? channel_->peer_pid() : -1, message,
-                           observed_reply_.get(), elapsed);
-  observed_reply_.reset();
+  if (observed_request_)
+    ReportExchange(nullptr);  // no reply was sent
   return true;
+}
+
+void ComponentStub::ReportExchange(const IPC::Message* reply) {
+  const IPC::Message* request = observed_request_;
+  observed_request_ = nullptr;
+  const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(
+      std::chrono::steady_clock::now() - observed_start_);
+  if (LinkObserver* observer = g_link_observer.load()) {
+    observer->OnLinkExchange(channel_name_, channel_ ? channel_->peer_pid() : -1, *request, reply,
+                             elapsed);
+  }
 }
 
 void ComponentStub::OnChannelConnected(int32_t peer_pid) {
@@ -85,8 +92,12 @@ void ComponentStub::OnChannelError() {
 }
 
 bool ComponentStub::Send(IPC::Message* message) {
-  if (message && base::MessageLoop::current() == first_thread_->message_loop() && observing_)
-    observed_reply_ = std::make_unique<IPC::Message>(*message);
+  // The exchange is reported before its reply leaves, so that a peer that has its reply
+  // finds it counted.
+  if (message && message->is_reply() &&
+      base::MessageLoop::current() == first_thread_->message_loop() && observed_request_) {
+    ReportExchange(message);
+  }
   if (!channel_) {
     delete message;
     return false;

@@ -11,6 +11,7 @@
 #ifndef RUNTIME_COMPONENT_STUB_H_
 #define RUNTIME_COMPONENT_STUB_H_
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -79,13 +80,18 @@ class ComponentStub : public IPC::Channel::Listener, public IPC::Message::Sender
  private:
   const std::string channel_name_;
   const IPC::Channel::Mode mode_;
-  base::Thread* const first_thread_;       // not owned
-  base::Thread* const second_thread_;      // not owned
-  base::WaitableEvent* const connected_;   // not owned; may be null
+  base::Thread* const first_thread_;      // not owned
+  base::Thread* const second_thread_;     // not owned
+  base::WaitableEvent* const connected_;  // not owned; may be null
+  // Tells the link observer of the exchange of |observed_request_| with |reply| (null for
+  // none); on the first thread.
+  void ReportExchange(const IPC::Message* reply);
+
   std::unique_ptr<IPC::Channel> channel_;  // owned; created by Init()
-  // While an observed message is dispatched, on the first thread: a copy of the reply sent.
-  bool observing_ = false;
-  std::unique_ptr<IPC::Message> observed_reply_;
+  // On the first thread, while a message is dispatched with an observer installed and its
+  // exchange is not reported yet: the message, and when it arrived.
+  const IPC::Message* observed_request_ = nullptr;
+  std::chrono::steady_clock::time_point observed_start_;
 };
 
 }  // namespace runtime

@@ -19,9 +19,9 @@ class LinkObserver {
  public:
   virtual ~LinkObserver();
 
-  // |request| arrived on the link |link| from the peer with pid |peer_pid| and was handled
-  // in |elapsed|, its reply sent; |reply| is that reply, or null when the stub sent none.
-  // On the link's thread, once the exchange is over; both messages live only for the call.
+  // |request| arrived on the link |link| from the peer with pid |peer_pid| and was answered
+  // with |reply| after |elapsed|, or handled without a reply (|reply| null). On the link's
+  // thread, just before the reply is written; both messages live only for the call.
   virtual void OnLinkExchange(const std::string& link,
                               int32_t peer_pid,
                               const IPC::Message& request,

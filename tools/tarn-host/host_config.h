@@ -63,6 +63,9 @@ struct HostConfig {
   std::chrono::milliseconds reply_time_limit;
   bool trace = false;
 
+  // What the reader let pass but a person should hear of ("FILE:LINE: ..."), in order.
+  std::vector<std::string> warnings;
+
   // The configuration as a config.xml that HostConfigReader reads back to the same
   // configuration.
   std::string ToXml() const;

@@ -1,5 +1,6 @@
 #include "tools/tarn-host/host_config_reader.h"
 
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <tinyxml2.h>
 
@@ -169,6 +170,30 @@ bool Reader::CheckSocketPath(const XMLElement* element, const char* name, const 
   return true;
 }
 
+// The options the host or the AV plugin reads; a component may read others.
+const char* const kKnownOptions[] = {kMinLogLevelOption, kReplyTimeLimitOption, kTraceOption,
+                                     kAvLogLevelOption};
+
+// A sentence for a document tinyxml2 could not parse.
+std::string DescribeXmlError(tinyxml2::XMLError error) {
+  switch (error) {
+    case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
+      return "the file holds no XML";
+    case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
+      return "an element is closed by a tag of another name";
+    case tinyxml2::XML_ERROR_PARSING_ELEMENT:
+      return "an element is not well formed (an unclosed tag, or text where a tag belongs)";
+    case tinyxml2::XML_ERROR_PARSING_ATTRIBUTE:
+      return "an attribute is not well formed; write name=\"value\"";
+    case tinyxml2::XML_ERROR_PARSING_COMMENT:
+      return "a comment is not closed with -->";
+    case tinyxml2::XML_ERROR_PARSING_DECLARATION:
+      return "the <?xml ...?> declaration is not well formed";
+    default:
+      return "this is not well-formed XML";
+  }
+}
+
 bool Reader::ReadOption(const XMLElement* element, HostConfig* config) {
   std::string name;
   if (!CheckShape(element, {"name", "value"}) || !Required(element, "name", &name))
@@ -198,6 +223,16 @@ bool Reader::ReadOption(const XMLElement* element, HostConfig* config) {
     if (std::strcmp(value, "true") != 0 && std::strcmp(value, "false") != 0)
       return Fail(line, "option " + Quote(name) + " must be true or false, not " + Quote(value));
     config->trace = std::strcmp(value, "true") == 0;
+  }
+  if (std::find(std::begin(kKnownOptions), std::end(kKnownOptions), name) ==
+      std::end(kKnownOptions)) {
+    std::string known;
+    for (const char* option : kKnownOptions)
+      known += std::string(known.empty() ? "" : ", ") + option;
+    config->warnings.push_back(name_ + ":" + std::to_string(element->GetLineNum()) + ": option " +
+                               Quote(name) +
+                               " is read by neither the host nor the AV plugin (they read " +
+                               known + "); it is handed to the components as it is");
   }
   config->options[name] = value;
   return true;
@@ -375,6 +410,11 @@ bool Reader::ReadControl(const XMLElement* element, HostConfig* config) {
 
 // static
 bool HostConfigReader::Load(const std::string& path, HostConfig* config, std::string* error) {
+  struct stat status;
+  if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+    *error = path + ": a folder, not a configuration file";
+    return false;
+  }
   std::ifstream file(path, std::ios::binary);
   if (!file) {
     *error = path + ": cannot read: " + std::strerror(errno);
@@ -394,7 +434,7 @@ bool HostConfigReader::Parse(const std::string& text,
   if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
     // An empty document has no line of its own; it is reported at line 1.
     *error = name + ":" + std::to_string(std::max(1, document.ErrorLineNum())) +
-             ": malformed XML: " + document.ErrorStr();
+             ": malformed XML: " + DescribeXmlError(document.ErrorID());
     return false;
   }
   HostConfig read;

@@ -89,6 +89,8 @@ int main(int argc, char** argv) {
     std::cerr << "tarn-host: " << error << std::endl;
     return kExitFailure;
   }
+  for (const std::string& warning : config.warnings)
+    std::cerr << "tarn-host: warning: " << warning << std::endl;
   if (options.trace) {
     config.trace = true;
     config.options[tarn_host::kTraceOption] = "true";
