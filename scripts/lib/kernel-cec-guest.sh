@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The part of scripts/test-kernel-cec that runs inside the QEMU guest, as root, chrooted into
-# the host's file system (read-only, with a tmpfs on /tmp). The guest's kernel has the vivid
-# test driver loaded: /dev/cec0 (physical address 0.0.0.0) is the TV's adapter and /dev/cec1
+# the host's file system (read-only, with a tmpfs on /run, so that a checkout anywhere, /tmp
+# included, stays visible). The guest's kernel has the vivid test driver loaded: /dev/cec0 (physical address 0.0.0.0) is the TV's adapter and /dev/cec1
 # (1.0.0.0) the audio system's, on one emulated HDMI CEC bus.
 #
 #   bash kernel-cec-guest.sh TARN-HOST AVCTL CONFIG
@@ -13,7 +13,7 @@
 set -euo pipefail
 
 readonly TARN_HOST=$1 AVCTL=$2 CONFIG=$3
-readonly RUN=/tmp/kernel-cec
+readonly RUN=/run/kernel-cec
 readonly LINK=$RUN/av_plugin.sock CONTROL=$RUN/control.sock
 readonly TIME_LIMIT_MS=5000  # reply_time_limit_ms in CONFIG
 readonly TO_AUDIO='Transmitted by TV to Audio System (0 to 5): '
