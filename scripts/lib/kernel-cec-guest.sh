@@ -1,8 +1,9 @@
 # shellcheck shell=bash
 # The part of scripts/test-kernel-cec that runs inside the QEMU guest, as root, chrooted into
 # the host's file system (read-only, with a tmpfs on /run, so that a checkout anywhere, /tmp
-# included, stays visible). The guest's kernel has the vivid test driver loaded: /dev/cec0 (physical address 0.0.0.0) is the TV's adapter and /dev/cec1
-# (1.0.0.0) the audio system's, on one emulated HDMI CEC bus.
+# included, stays visible). The guest's kernel has the vivid test driver loaded: /dev/cec0
+# (physical address 0.0.0.0) is the TV's adapter and /dev/cec1 (1.0.0.0) the audio
+# system's, on one emulated HDMI CEC bus.
 #
 #   bash kernel-cec-guest.sh TARN-HOST AVCTL CONFIG
 #

@@ -12,11 +12,12 @@
 
 namespace avctl {
 
-// avctl's exit codes.
+// avctl's exit codes, the same policy as tarn-host's and tarn-cec-sim's: 0 done, 1 failed
+// at run time, 2 a usage error.
 enum ExitCode {
   kExitOk = 0,       // a reply came (whatever it says)
   kExitUsage = 2,    // the command line is wrong
-  kExitFailure = 3,  // no connection, no reply in time, or an error reply
+  kExitFailure = 1,  // no connection, no reply in time, or an error reply
 };
 
 const int kDefaultTimeoutMs = 10000;

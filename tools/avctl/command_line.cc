@@ -16,6 +16,7 @@
 #include "tools/avctl/link_commands.h"
 #include "tools/avctl/status_commands.h"
 #include "tools/avctl/stop_signal.h"
+#include "tools/cli/usage_error.h"
 #include "tools/control/default_paths.h"
 
 namespace avctl {
@@ -29,8 +30,9 @@ const char kDescription[] =
     "the standard output as one line of JSON; errors go to the standard error.";
 
 const char kFooter[] =
-    "Exit codes: 0 a reply came (whatever it says), 2 the command line is wrong, 3 no "
-    "connection, no reply within the time-out, or an error reply.\n"
+    "Exit codes (the same for tarn-host and tarn-cec-sim): 0 a reply came (whatever it "
+    "says), 1 no connection, no reply within the time-out, or an error reply, 2 the command "
+    "line is wrong.\n"
     "Run \"avctl COMMAND --help\" for the arguments and output of each command.";
 
 const char kInvokeFooter[] =
@@ -74,15 +76,14 @@ class CommandLine {
     } catch (const CLI::Success& e) {
       return app_.exit(e, *out, *err);
     } catch (const CLI::ParseError& e) {
-      app_.exit(e, *out, *err);
-      return kExitUsage;
+      return tool_cli::ReportUsageError(app_, e, *err);
     }
     CommandContext context(global_, out, err);
     for (const Command& command : commands_) {
       if (command.app->parsed())
         return command.run(&context);
     }
-    *err << "avctl: a command is required\nRun with --help for more information." << std::endl;
+    *err << "avctl: a command is required\nRun \"avctl --help\" for usage." << std::endl;
     return kExitUsage;
   }
 

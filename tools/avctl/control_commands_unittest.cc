@@ -89,7 +89,7 @@ TEST_F(ControlCommandsTest, AnInvocationTheHostCannotMakeIsAFailure) {
     answers.invoke_status = test.status;
     Serve(answers);
     err_.str("");
-    EXPECT_EQ(3, RunCommand([](CommandContext* context) { return RunDiscover(context, "tv-1"); }));
+    EXPECT_EQ(1, RunCommand([](CommandContext* context) { return RunDiscover(context, "tv-1"); }));
     EXPECT_EQ(0u, err_.str().find(
                       "avctl: the host could not invoke AvManagerImpl::OnDiscovery of av_plugin: "))
         << err_.str();
@@ -120,7 +120,7 @@ TEST_F(ControlCommandsTest, ErrorRepliesSilenceAndAHostThatLeavesAreFailures) {
     answers.close_on_subscribe = test.fault == kCloseOnSubscribe;
     Serve(answers);
     err_.str("");
-    EXPECT_EQ(3, test.events ? RunEventsUntil(EventsOptions(), NeverStop)
+    EXPECT_EQ(1, test.events ? RunEventsUntil(EventsOptions(), NeverStop)
                              : RunCommand([](CommandContext* context) {
                                  return RunDisconnect(context, "tv-1");
                                }));
@@ -159,7 +159,7 @@ TEST_F(ControlCommandsTest, EventsEndOnAStopRequestOrARefusal) {
 
   answers.subscribed = false;
   Serve(answers);
-  EXPECT_EQ(3, RunEventsUntil(EventsOptions(), NeverStop));
+  EXPECT_EQ(1, RunEventsUntil(EventsOptions(), NeverStop));
   EXPECT_EQ(std::vector<int>{-1}, host_->subscriptions());
   EXPECT_EQ("avctl: the host refused the subscription to events\n", err_.str());
 }

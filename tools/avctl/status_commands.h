@@ -14,7 +14,7 @@ int RunStatus(CommandContext* context, bool human);
 
 // Waits until both the plugin's link and the host's control channel answer and the host
 // has at least |subscribers| clients subscribed to events, trying again until the
-// time-out; prints {"ready":true}. Fails (exit 3) when the time-out passes first.
+// time-out; prints {"ready":true}. Fails (exit 1) when the time-out passes first.
 int RunWait(CommandContext* context, int subscribers);
 
 }  // namespace avctl

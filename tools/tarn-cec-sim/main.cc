@@ -11,6 +11,7 @@
 
 #include "CLI/CLI.hpp"
 #include "nlohmann/json.hpp"
+#include "tools/cli/usage_error.h"
 #include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/instance_server.h"
 
@@ -18,7 +19,6 @@ namespace {
 
 const int kExitOk = 0;
 const int kExitFailure = 1;
-const int kExitUsage = 2;
 
 struct Options {
   std::string socket_path;
@@ -62,7 +62,10 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
           "\"get_cec_receiver_power_status\" (replies \"power status\", long: 0 off, 1 on) "
           "and \"set_smart_home_sound_mode\" (\"sound mode\", long 0..4), each with "
           "\"return\" (bool). Every request received is printed on stdout as one JSON line. "
-          "SIGINT or SIGTERM stops it and removes the socket.",
+          "SIGINT or SIGTERM stops it and removes the socket.\n"
+          "Exit codes (the same for tarn-host and avctl): 0 stopped cleanly (or printed what "
+          "was asked), 1 the socket cannot be served, 2 usage error.\n"
+          "Example: tarn-cec-sim --socket /tmp/cec.sock --power on --delay-ms 200",
       "tarn-cec-sim");
   const CLI::Validator socket_path(
       [](std::string& path) {
@@ -98,8 +101,7 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
   } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
-    app.exit(e);
-    return kExitUsage;
+    return tool_cli::ReportUsageError(app, e, std::cerr);
   }
   options->power_status_given = app.count("--power-status") > 0;
   return -1;

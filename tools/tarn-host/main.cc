@@ -10,6 +10,7 @@
 
 #include "CLI/CLI.hpp"
 #include "base/logging.h"
+#include "tools/cli/usage_error.h"
 #include "tools/control/default_paths.h"
 #include "tools/tarn-host/default_config.h"
 #include "tools/tarn-host/host.h"
@@ -21,7 +22,6 @@ namespace {
 
 const int kExitOk = 0;
 const int kExitFailure = 1;
-const int kExitUsage = 2;
 
 struct Options {
   bool config_given = false;
@@ -60,8 +60,7 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
   } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
-    app.exit(e);
-    return kExitUsage;
+    return tool_cli::ReportUsageError(app, e, std::cerr);
   }
   options->config_given = app.count("--config") > 0;
   return -1;
