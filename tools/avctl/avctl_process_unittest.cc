@@ -105,6 +105,10 @@ TEST_F(AvctlProcessTest, EachRequestPrintsItsReplyAsOneJsonLine) {
       {{"unregister", "a", "b"}, R"({"ok":true})"},
       {{"rescan"}, R"({"ok":true})"},
       {{"delete", "--timeout", "5000"}, R"({"ok":true})"},
+      {{"--pretty", "invoke", "SetMicPower", "device_id=a"},
+       "{\n  \"code\": 107,\n  \"result\": {}\n}"},
+      {{"--fail-on-code", "invoke", "GetMicVolume", "device_id=a"},
+       R"({"code":0,"result":{"mic_volume":0}})"},
   };
   for (const auto& test : kCases) {
     const Outcome outcome = RunOnLink(test.arguments);
@@ -112,6 +116,11 @@ TEST_F(AvctlProcessTest, EachRequestPrintsItsReplyAsOneJsonLine) {
     EXPECT_EQ(std::string(test.line) + "\n", outcome.out);
     EXPECT_EQ("", outcome.err);
   }
+  // With --fail-on-code a result code other than 0 is a failure, the reply still printed.
+  const Outcome failed = RunOnLink({"--fail-on-code", "invoke", "SetMicPower", "device_id=a"});
+  EXPECT_EQ(1, failed.exit_code);
+  EXPECT_EQ("{\"code\":107,\"result\":{}}\n", failed.out);
+  EXPECT_EQ("avctl: SetMicPower answered result code 107\n", failed.err);
 }
 
 TEST_F(AvctlProcessTest, PropertyPrintsTheRecordByFieldName) {

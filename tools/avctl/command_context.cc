@@ -6,7 +6,9 @@ CommandContext::CommandContext(const GlobalOptions& options, std::ostream* out, 
     : options_(options), out_(out), err_(err) {}
 
 bool CommandContext::Print(const Json& json) {
-  *out_ << JsonToLine(json) << std::endl;
+  *out_ << (options_.pretty ? json.dump(2, ' ', false, Json::error_handler_t::replace)
+                            : JsonToLine(json))
+        << std::endl;
   return out_->good();
 }
 

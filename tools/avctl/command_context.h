@@ -26,6 +26,8 @@ struct GlobalOptions {
   std::string socket_path;   // the plugin's link
   std::string control_path;  // the host's control channel
   int timeout_ms = kDefaultTimeoutMs;
+  bool pretty = false;        // indented JSON instead of one line per reply
+  bool fail_on_code = false;  // a method's non-zero result code makes the exit code 1
 };
 
 class CommandContext {

@@ -97,6 +97,9 @@ class CommandLine {
     app_.add_option("--control", global_.control_path, "tarn-host's control channel")
         ->type_name("PATH")
         ->capture_default_str();
+    app_.add_flag("--pretty", global_.pretty, "Indented JSON instead of one line per reply");
+    app_.add_flag("--fail-on-code", global_.fail_on_code,
+                  "invoke: exit 1 when the method answers a result code other than 0");
     app_.add_option("--timeout", global_.timeout_ms,
                     "Milliseconds allowed for connecting and for each exchange")
         ->type_name("MS")

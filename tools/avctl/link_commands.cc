@@ -42,7 +42,10 @@ int RunInvoke(CommandContext* context,
   std::string error;
   if (!ValueToJson(result, &reply["result"], &error))
     return context->Fail("the reply's results cannot be shown as JSON: " + error);
-  return context->Reply(reply);
+  const int exit_code = context->Reply(reply);
+  if (exit_code == kExitOk && code != 0 && context->options().fail_on_code)
+    return context->Fail(method + " answered result code " + std::to_string(code));
+  return exit_code;
 }
 
 int RunProperty(CommandContext* context, const std::string& device_id) {
