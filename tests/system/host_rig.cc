@@ -57,7 +57,9 @@ bool HostRig::Start(const std::vector<std::string>& sim_options, int reply_limit
 bool HostRig::StartSimulator(const std::vector<std::string>& sim_options) {
   std::vector<std::string> arguments = {"--socket", cec_};
   arguments.insert(arguments.end(), sim_options.begin(), sim_options.end());
-  return sim_.Start(TARN_CEC_SIM_PATH, arguments) && base::test::WaitForUnixSocket(cec_, kTimeout);
+  std::string serving;
+  return sim_.Start(TARN_CEC_SIM_PATH, arguments) && sim_.ReadLine(kTimeout, &serving) &&
+         serving.find("tarn-cec-sim: serving") == 0;
 }
 
 void HostRig::KillSimulator() {
@@ -77,8 +79,29 @@ std::string HostRig::Avctl(const std::vector<std::string>& arguments, int* exit_
 }
 
 std::string HostRig::NextSimLine(std::chrono::milliseconds wait) {
+  return NextSimLineWhere([](const std::string& line) { return line.find("{\"name\"") == 0; },
+                          wait);
+}
+
+std::string HostRig::NextSimOutcome(std::chrono::milliseconds wait) {
+  return NextSimLineWhere([](const std::string& line) { return line.find("{\"name\"") != 0; },
+                          wait);
+}
+
+std::string HostRig::NextSimLineWhere(bool (*wanted)(const std::string&),
+                                      std::chrono::milliseconds wait) {
+  const auto deadline = std::chrono::steady_clock::now() + wait;
   std::string line;
-  return sim_.ReadLine(wait, &line) ? line : "<none>";
+  while (sim_.ReadLine(std::chrono::duration_cast<std::chrono::milliseconds>(
+                           deadline - std::chrono::steady_clock::now()),
+                       &line)) {
+    if (!wanted(line))
+      continue;
+    // Every line ends with ,"time":"HH:MM:SS.mmm"}.
+    const std::string::size_type time = line.rfind(",\"time\":");
+    return time == std::string::npos ? line : line.substr(0, time) + "}";
+  }
+  return "<none>";
 }
 
 long HostRig::HostResidentKib() {

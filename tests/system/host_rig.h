@@ -41,8 +41,11 @@ class HostRig {
   // Runs avctl against this rig; its stdout, and its exit code in |*exit_code|.
   std::string Avctl(const std::vector<std::string>& arguments, int* exit_code);
 
-  // The next line the simulator prints, or "<none>" when none comes within |wait|.
+  // The next request line the simulator prints, without its time, or "<none>" when none
+  // comes within |wait|; outcome lines on the way are skipped.
   std::string NextSimLine(std::chrono::milliseconds wait = kTimeout);
+  // The same for the next outcome line.
+  std::string NextSimOutcome(std::chrono::milliseconds wait = kTimeout);
 
   // The host's resident memory in KiB, from /proc; -1 when it cannot be read.
   long HostResidentKib();
@@ -52,6 +55,9 @@ class HostRig {
   base::test::ChildProcess& host() { return host_; }
 
  private:
+  // The next line of the simulator, without its time, for which |wanted| holds.
+  std::string NextSimLineWhere(bool (*wanted)(const std::string&), std::chrono::milliseconds wait);
+
   std::string dir_, cec_, link_, control_;
   base::test::ChildProcess sim_;
   base::test::ChildProcess host_;

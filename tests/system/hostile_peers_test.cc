@@ -204,6 +204,19 @@ TEST_F(HostilePeersTest, PeersThatBreakTheFramingLoseOnlyTheirOwnConnections) {
   EXPECT_TRUE(AnotherClientIsServed());
 }
 
+TEST(HostilePeersLateTest, ARequestTheReceiverAnswersLateIsNeverCarriedOut) {
+  HostRig rig("late");
+  ASSERT_TRUE(rig.Start({"--delay-ms", "1000"}, 200));
+  IPC::SyncClient client;
+  ASSERT_EQ(IPC::SyncClient::RESULT_OK, client.Connect(rig.link(), kTimeout));
+  EXPECT_EQ("100 {}", Invoke(&client, "SetPowerState", *Args("x", "power_state", "on")));
+  EXPECT_EQ(R"({"name":"set_cec_receiver_on_off","args":{"onoff":true}})", rig.NextSimLine());
+  // The device layer was told it failed, so the receiver must not switch on afterwards.
+  EXPECT_EQ(
+      R"({"late":true,"reply":null,"fault":"none","state":{"power":"off","sound_mode":0}})",
+      rig.NextSimOutcome());
+}
+
 TEST(HostilePeersRestartTest, ASimulatorKilledMidExchangeFailsThatRequestAndIsServedOnceBack) {
   HostRig rig("restart");
   ASSERT_TRUE(rig.Start({"--delay-ms", "60000"}, 30000));

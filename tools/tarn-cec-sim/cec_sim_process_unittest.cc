@@ -29,15 +29,19 @@ class SimProcess {
     EXPECT_TRUE(process_.Start(TARN_CEC_SIM_PATH, arguments));
   }
 
-  // Waits until the socket accepts connections.
+  // Waits for the line that says it serves at |socket_path|.
   bool WaitUntilServing(const std::string& socket_path) {
-    return base::test::WaitForUnixSocket(socket_path, std::chrono::seconds(10));
+    return ReadLine() == "tarn-cec-sim: serving nimbara.native.cec on " + socket_path;
   }
 
-  // The next line on stdout without its newline, or "<none>" when none comes in time.
+  // The next line on stdout without its newline and its time, or "<none>" when none comes
+  // in time.
   std::string ReadLine() {
     std::string line;
-    return process_.ReadLine(std::chrono::seconds(5), &line) ? line : "<none>";
+    if (!process_.ReadLine(std::chrono::seconds(5), &line))
+      return "<none>";
+    const std::string::size_type time = line.rfind(",\"time\":\"");
+    return time == std::string::npos ? line : line.substr(0, time) + "}";
   }
 
   // Sends |signal_number| (when nonzero) and returns the exit code, or -1 when the
@@ -119,11 +123,16 @@ TEST_F(CecSimProcessTest, ServiceReachesTheReceiverBehindTheSocket) {
   EXPECT_EQ(0, Call(&AvService::GetSoundMode));
   EXPECT_EQ(0, Call(&AvService::SetMicPower, "mic_power", "off"));
 
+  // Each request as it arrives, then its outcome: the reply, the fault, the state after it.
   const char* expected_lines[] = {
       R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})",
+      R"({"reply":{"return":true,"power status":1},"fault":"none","state":{"power":"on","sound_mode":0}})",
       R"({"name":"set_cec_receiver_on_off","args":{"onoff":false}})",
+      R"({"reply":{"return":true},"fault":"none","state":{"power":"off","sound_mode":0}})",
       R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})",
+      R"({"reply":{"return":true,"power status":0},"fault":"none","state":{"power":"off","sound_mode":0}})",
       R"({"name":"set_smart_home_sound_mode","args":{"sound mode":3}})",
+      R"({"reply":{"return":true},"fault":"none","state":{"power":"off","sound_mode":3}})",
   };
   for (const char* line : expected_lines)
     EXPECT_EQ(line, sim->ReadLine());
@@ -138,14 +147,36 @@ TEST_F(CecSimProcessTest, OptionsShapeTheReplies) {
     std::vector<std::string> options;
     int time_limit_ms;
     const char* expected_state;  // of GetPowerState; null when it must fail
+    const char* outcome;         // the reply, the fault and the state, as printed
   } rows[] = {
-      {{"--fail-return", "--power", "on"}, 3000, nullptr},
-      {{"--empty-reply"}, 3000, nullptr},
-      {{"--no-reply"}, 200, nullptr},
-      {{"--delay-ms", "800"}, 200, nullptr},
-      {{"--delay-ms", "50", "--power", "on"}, 3000, "on"},
-      {{"--power", "on", "--power-status", "0"}, 3000, "off"},
-      {{"--power-status", "5"}, 3000, "on"},
+      {{"--fail-return", "--power", "on"},
+       3000,
+       nullptr,
+       R"({"reply":{"return":false,"power status":1},"fault":"fail-return","state":{"power":"on","sound_mode":0}})"},
+      {{"--empty-reply"},
+       3000,
+       nullptr,
+       R"({"reply":{},"fault":"empty-reply","state":{"power":"off","sound_mode":0}})"},
+      {{"--no-reply"},
+       200,
+       nullptr,
+       R"({"reply":null,"fault":"no-reply","state":{"power":"off","sound_mode":0}})"},
+      {{"--delay-ms", "800"},
+       200,
+       nullptr,
+       R"({"late":true,"reply":null,"fault":"none","state":{"power":"off","sound_mode":0}})"},
+      {{"--delay-ms", "50", "--power", "on"},
+       3000,
+       "on",
+       R"({"reply":{"return":true,"power status":1},"fault":"none","state":{"power":"on","sound_mode":0}})"},
+      {{"--power", "on", "--power-status", "0"},
+       3000,
+       "off",
+       R"({"reply":{"return":true,"power status":0},"fault":"none","state":{"power":"on","sound_mode":0}})"},
+      {{"--power-status", "5"},
+       3000,
+       "on",
+       R"({"reply":{"return":true,"power status":5},"fault":"none","state":{"power":"off","sound_mode":0}})"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.options[0]);
@@ -154,6 +185,7 @@ TEST_F(CecSimProcessTest, OptionsShapeTheReplies) {
     EXPECT_EQ(row.expected_state ? row.expected_state : "<failed>", PowerState());
     EXPECT_EQ(R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})",
               sim->ReadLine());
+    EXPECT_EQ(row.outcome, sim->ReadLine());
     EXPECT_EQ(0, sim->Finish(SIGINT));
     EXPECT_FALSE(Exists(socket_path_));
   }

@@ -3,8 +3,11 @@
 // one JSON line on stdout.
 
 #include <signal.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
+#include <cstdio>
+#include <ctime>
 #include <iostream>
 #include <mutex>
 #include <string>
@@ -31,25 +34,77 @@ struct Options {
   bool power_status_given = false;
 };
 
-// {"name":"set_smart_home_sound_mode","args":{"sound mode":4}}
-std::string RequestLine(const cec_sim::ReceiverSimulator::Request& request) {
-  nlohmann::ordered_json line;
-  line["name"] = request.message.GetName().text();
-  nlohmann::ordered_json args = nlohmann::ordered_json::object();
-  for (const ORVELL0300::CMessage::Entry& entry : request.message.entries()) {
+typedef nlohmann::ordered_json Json;
+
+// "HH:MM:SS.mmm", the wall-clock time of day in UTC.
+std::string TimeOfDay() {
+  timeval now;
+  gettimeofday(&now, nullptr);
+  tm parts;
+  gmtime_r(&now.tv_sec, &parts);
+  char text[32];
+  std::snprintf(text, sizeof(text), "%02d:%02d:%02d.%03ld", parts.tm_hour, parts.tm_min,
+                parts.tm_sec, static_cast<long>(now.tv_usec / 1000));
+  return text;
+}
+
+// The entries of |message| as a JSON object.
+Json Entries(const ORVELL0300::CMessage& message) {
+  Json entries = Json::object();
+  for (const ORVELL0300::CMessage::Entry& entry : message.entries()) {
     const std::string& key = entry.key.text();
     std::visit(
-        [&args, &key](const auto& value) {
+        [&entries, &key](const auto& value) {
           using T = std::decay_t<decltype(value)>;
           if constexpr (std::is_same_v<T, OCString>)
-            args[key] = value.text();
+            entries[key] = value.text();
           else
-            args[key] = value;
+            entries[key] = value;
         },
         entry.value);
   }
-  line["args"] = args;
-  return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  return entries;
+}
+
+const char* FaultName(cec_sim::ReceiverSimulator::Fault fault) {
+  switch (fault) {
+    case cec_sim::ReceiverSimulator::Fault::kNone:
+      return "none";
+    case cec_sim::ReceiverSimulator::Fault::kReturnFalse:
+      return "fail-return";
+    case cec_sim::ReceiverSimulator::Fault::kEmptyReply:
+      return "empty-reply";
+    case cec_sim::ReceiverSimulator::Fault::kReturnNotBool:
+      return "return-not-bool";
+    case cec_sim::ReceiverSimulator::Fault::kNoReply:
+      return "no-reply";
+  }
+  return "unknown";
+}
+
+void PrintLine(Json line) {
+  line["time"] = TimeOfDay();
+  std::cout << line.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
+}
+
+// {"name":"set_smart_home_sound_mode","args":{"sound mode":4},"time":"10:42:46.123"}
+void PrintRequest(const cec_sim::ReceiverSimulator::Request& request) {
+  Json line;
+  line["name"] = request.message.GetName().text();
+  line["args"] = Entries(request.message);
+  PrintLine(line);
+}
+
+// {"reply":{"return":true},"fault":"none","state":{"power":"on","sound_mode":0},"time":...}
+// "reply" is null when none was sent; "late" is true when the deadline passed first.
+void PrintOutcome(const cec_sim::ReceiverSimulator::Outcome& outcome) {
+  Json line;
+  if (outcome.late)
+    line["late"] = true;
+  line["reply"] = outcome.replied ? Entries(outcome.reply) : Json();
+  line["fault"] = FaultName(outcome.fault);
+  line["state"] = {{"power", outcome.power_on ? "on" : "off"}, {"sound_mode", outcome.sound_mode}};
+  PrintLine(line);
 }
 
 // Fills |options| from the command line. Returns -1 to go on, or the exit code.
@@ -61,7 +116,11 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
           "It answers \"set_cec_receiver_on_off\" (\"onoff\", bool), "
           "\"get_cec_receiver_power_status\" (replies \"power status\", long: 0 off, 1 on) "
           "and \"set_smart_home_sound_mode\" (\"sound mode\", long 0..4), each with "
-          "\"return\" (bool). Every request received is printed on stdout as one JSON line. "
+          "\"return\" (bool). Once it serves it prints \"tarn-cec-sim: serving ...\"; then each "
+          "request is printed on stdout as one JSON line when it arrives, and its outcome as "
+          "another when it is answered: the reply (null for none), the fault applied, the "
+          "receiver's state after it, and \"late\" when its deadline passed first. Each line "
+          "carries the time of day (UTC). "
           "SIGINT or SIGTERM stops it and removes the socket.\n"
           "Exit codes (the same for tarn-host and avctl): 0 stopped cleanly (or printed what "
           "was asked), 1 the socket cannot be served, 2 usage error.\n"
@@ -118,9 +177,8 @@ void Configure(const Options& options, cec_sim::ReceiverSimulator* receiver) {
   receiver->SetReplyDelay(std::chrono::milliseconds(options.delay_ms));
   if (options.power_status_given)
     receiver->SetPowerStatusOverride(options.power_status);
-  receiver->SetRequestObserver([](const cec_sim::ReceiverSimulator::Request& request) {
-    std::cout << RequestLine(request) << std::endl;
-  });
+  receiver->SetRequestObserver(PrintRequest);
+  receiver->SetOutcomeObserver(PrintOutcome);
 }
 
 }  // namespace
@@ -148,7 +206,8 @@ int main(int argc, char** argv) {
     std::cerr << "tarn-cec-sim: " << error << std::endl;
     return kExitFailure;
   }
-  std::cerr << "tarn-cec-sim: serving " << cec_sim::kCecApplicationName << " on "
+  // On stdout, as tarn-host's: scripts wait for this line.
+  std::cout << "tarn-cec-sim: serving " << cec_sim::kCecApplicationName << " on "
             << options.socket_path << std::endl;
 
   int signal_number = 0;

@@ -91,6 +91,22 @@ bool ReceiverSimulator::OnMessage(int message_type,
                                   const ORVELL0300::CMessage& request,
                                   Deadline deadline,
                                   ORVELL0300::CMessage* reply) {
+  const Outcome outcome = Answer(message_type, request, deadline);
+  OutcomeObserver observer;
+  {
+    std::lock_guard<std::mutex> lock(lock_);
+    observer = outcome_observer_;
+  }
+  if (observer)
+    observer(outcome);
+  if (outcome.replied)
+    *reply = outcome.reply;
+  return outcome.replied;
+}
+
+ReceiverSimulator::Outcome ReceiverSimulator::Answer(int message_type,
+                                                     const ORVELL0300::CMessage& request,
+                                                     Deadline deadline) {
   RequestObserver observer;
   std::chrono::milliseconds delay;
   {
@@ -101,35 +117,42 @@ bool ReceiverSimulator::OnMessage(int message_type,
   }
   if (observer)
     observer(Request{message_type, request});
-  if (!Delay(delay, deadline))
-    return false;
-  Fault fault;
+  Outcome outcome;
+  const bool waited = Delay(delay, deadline);
   ORVELL0300::CMessage answer;
-  bool honoured;
+  bool honoured = false;
   {
     std::lock_guard<std::mutex> lock(lock_);
     // The sender has given up and reported a failure: the receiver must stay as it is.
-    if (std::chrono::steady_clock::now() >= deadline)
-      return false;
-    fault = fault_;
-    honoured = Carry(message_type, request, fault == Fault::kReturnFalse, &answer);
+    outcome.late = !waited || std::chrono::steady_clock::now() >= deadline;
+    outcome.fault = fault_;
+    if (!outcome.late)
+      honoured = Carry(message_type, request, fault_ == Fault::kReturnFalse, &answer);
+    outcome.power_on = power_on_;
+    outcome.sound_mode = sound_mode_;
   }
-  if (fault == Fault::kNoReply)
-    return false;
-  if (fault == Fault::kEmptyReply)
-    return true;
-  if (fault == Fault::kReturnNotBool)
-    reply->MakeResult(Utf8(kReturnKey), 1L);
+  if (outcome.late || outcome.fault == Fault::kNoReply)
+    return outcome;
+  outcome.replied = true;
+  if (outcome.fault == Fault::kEmptyReply)
+    return outcome;
+  if (outcome.fault == Fault::kReturnNotBool)
+    outcome.reply.MakeResult(Utf8(kReturnKey), 1L);
   else
-    reply->MakeResult(Utf8(kReturnKey), honoured);
+    outcome.reply.MakeResult(Utf8(kReturnKey), honoured);
   for (const ORVELL0300::CMessage::Entry& entry : answer.entries())
-    reply->AddEntry(entry.key, entry.value);
-  return true;
+    outcome.reply.AddEntry(entry.key, entry.value);
+  return outcome;
+}
+
+void ReceiverSimulator::SetOutcomeObserver(OutcomeObserver observer) {
+  std::lock_guard<std::mutex> lock(lock_);
+  outcome_observer_ = std::move(observer);
 }
 
 bool ReceiverSimulator::AnswersWithoutBlocking() const {
   std::lock_guard<std::mutex> lock(lock_);
-  return delay_.count() == 0 && !observer_;
+  return delay_.count() == 0 && !observer_ && !outcome_observer_;
 }
 
 bool ReceiverSimulator::Carry(int message_type,

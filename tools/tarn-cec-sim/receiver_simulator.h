@@ -58,6 +58,17 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
 
   typedef std::function<void(const Request&)> RequestObserver;
 
+  // How a request ended, and the receiver's state after it.
+  struct Outcome {
+    bool late = false;     // its deadline passed first: nothing carried out, no reply
+    bool replied = false;  // a reply was sent; |reply| is it
+    ORVELL0300::CMessage reply;
+    Fault fault = Fault::kNone;  // the fault in force
+    bool power_on = false;
+    long sound_mode = 0;
+  };
+  typedef std::function<void(const Outcome&)> OutcomeObserver;
+
   // A receiver that is off, in sound mode 0, without faults.
   ReceiverSimulator();
   ~ReceiverSimulator() override;
@@ -80,6 +91,10 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
   // Called with each request as it arrives, before any delay, on the delivering thread.
   void SetRequestObserver(RequestObserver observer);
 
+  // Called with the outcome of each request once it is answered (or is not), on the
+  // delivering thread.
+  void SetOutcomeObserver(OutcomeObserver observer);
+
   // Every request received so far, in order of arrival.
   std::vector<Request> requests() const;
   void ClearRequests();
@@ -98,6 +113,9 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
   bool AnswersWithoutBlocking() const override;
 
  private:
+  // Answers |request| (OnMessage() without telling the outcome observer).
+  Outcome Answer(int message_type, const ORVELL0300::CMessage& request, Deadline deadline);
+
   // Carries out |request| unless |refuse| is set, adding the answer entries other than
   // "return" to |reply|. Returns whether the request was honoured. Called under |lock_|.
   bool Carry(int message_type,
@@ -118,6 +136,7 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
   long power_status_override_ = 0;
   bool interrupted_ = false;
   RequestObserver observer_;
+  OutcomeObserver outcome_observer_;
   std::vector<Request> requests_;
 };
 
