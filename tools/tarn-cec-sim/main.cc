@@ -3,7 +3,6 @@
 // one JSON line on stdout.
 
 #include <signal.h>
-#include <sys/time.h>
 #include <sys/un.h>
 
 #include <cstdio>
@@ -13,6 +12,7 @@
 #include <string>
 
 #include "CLI/CLI.hpp"
+#include "base/time/time.h"
 #include "nlohmann/json.hpp"
 #include "tools/cli/usage_error.h"
 #include "tools/tarn-cec-sim/receiver_simulator.h"
@@ -35,18 +35,6 @@ struct Options {
 };
 
 typedef nlohmann::ordered_json Json;
-
-// "HH:MM:SS.mmm", the wall-clock time of day in UTC.
-std::string TimeOfDay() {
-  timeval now;
-  gettimeofday(&now, nullptr);
-  tm parts;
-  gmtime_r(&now.tv_sec, &parts);
-  char text[32];
-  std::snprintf(text, sizeof(text), "%02d:%02d:%02d.%03ld", parts.tm_hour, parts.tm_min,
-                parts.tm_sec, static_cast<long>(now.tv_usec / 1000));
-  return text;
-}
 
 // The entries of |message| as a JSON object.
 Json Entries(const ORVELL0300::CMessage& message) {
@@ -83,7 +71,7 @@ const char* FaultName(cec_sim::ReceiverSimulator::Fault fault) {
 }
 
 void PrintLine(Json line) {
-  line["time"] = TimeOfDay();
+  line["time"] = base::Time::Now().UTCTimeOfDay(false);
   std::cout << line.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
 }
 

@@ -1,12 +1,11 @@
 #include "tools/tarn-host/traffic_monitor.h"
 
-#include <sys/time.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <vector>
 
+#include "base/time/time.h"
 #include "base/values.h"
 #include "ipc/ipc_message.h"
 #include "ipc/ipc_message_utils.h"
@@ -80,18 +79,6 @@ std::string NameOf(const IPC::Message& message) {
   return "type " + std::to_string(message.type());
 }
 
-// "HH:MM:SS.uuuuuu", the wall-clock time of day in UTC.
-std::string TimeOfDay() {
-  timeval now;
-  gettimeofday(&now, nullptr);
-  tm parts;
-  gmtime_r(&now.tv_sec, &parts);
-  char text[32];
-  std::snprintf(text, sizeof(text), "%02d:%02d:%02d.%06ld", parts.tm_hour, parts.tm_min,
-                parts.tm_sec, static_cast<long>(now.tv_usec));
-  return text;
-}
-
 // The |fraction| percentile of |samples| (nearest rank).
 int64_t Percentile(std::vector<int64_t> samples, double fraction) {
   if (samples.empty())
@@ -126,9 +113,7 @@ void TrafficMonitor::OnLinkExchange(const std::string& link,
                                     const IPC::Message& request,
                                     const IPC::Message* reply,
                                     std::chrono::microseconds elapsed) {
-  const std::string text = Record(request, reply, elapsed, trace_ != nullptr);
-  if (trace_)
-    Trace("link", link, peer_pid, text, elapsed);
+  OnMessageExchange("link", link, peer_pid, request, reply, elapsed);
 }
 
 void TrafficMonitor::OnLinkPeerConnected(const std::string& link, int32_t peer_pid) {
@@ -147,9 +132,18 @@ void TrafficMonitor::OnControlExchange(const std::string& channel,
                                        const IPC::Message& request,
                                        const IPC::Message* reply,
                                        std::chrono::microseconds elapsed) {
+  OnMessageExchange("control", channel, peer_pid, request, reply, elapsed);
+}
+
+void TrafficMonitor::OnMessageExchange(const char* kind,
+                                       const std::string& where,
+                                       int32_t peer_pid,
+                                       const IPC::Message& request,
+                                       const IPC::Message* reply,
+                                       std::chrono::microseconds elapsed) {
   const std::string text = Record(request, reply, elapsed, trace_ != nullptr);
   if (trace_)
-    Trace("control", channel, peer_pid, text, elapsed);
+    Trace(kind, where, peer_pid, text, elapsed);
 }
 
 void TrafficMonitor::OnExchange(const std::string& instance,
@@ -265,7 +259,7 @@ void TrafficMonitor::Trace(const std::string& kind,
                            int32_t peer_pid,
                            const std::string& text,
                            std::chrono::microseconds elapsed) {
-  std::string line = TimeOfDay() + " " + kind + " " + where;
+  std::string line = base::Time::Now().UTCTimeOfDay(true) + " " + kind + " " + where;
   if (peer_pid >= 0)
     line += " pid " + std::to_string(peer_pid);
   line += " " + text + " (" + std::to_string(elapsed.count()) + " us)\n";

@@ -83,6 +83,13 @@ class TrafficMonitor : public runtime::LinkObserver, public ORVELL0300::CExchang
     std::deque<int64_t> recent_us;  // the latest latencies, for the percentiles
   };
 
+  // Counts an exchange of IPC messages and traces it as |kind| at |where|.
+  void OnMessageExchange(const char* kind,
+                         const std::string& where,
+                         int32_t peer_pid,
+                         const IPC::Message& request,
+                         const IPC::Message* reply,
+                         std::chrono::microseconds elapsed);
   // Counts |request| and |reply| under the message's name and, for a service invocation,
   // under its method; returns the trace text "NAME(REQUEST) -> REPLY". |render| says
   // whether that text is wanted.

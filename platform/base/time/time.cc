@@ -1,5 +1,7 @@
 #include "base/time/time.h"
 
+#include <cstdio>
+
 #include <atomic>
 
 namespace base {
@@ -79,6 +81,21 @@ void Time::Explode(bool is_local, Exploded* exploded) const {
   exploded->minute = fields.tm_min;
   exploded->second = fields.tm_sec;
   exploded->millisecond = static_cast<int>(us_in_second / 1000);
+}
+
+std::string Time::UTCTimeOfDay(bool microseconds) const {
+  Exploded exploded;
+  UTCExplode(&exploded);
+  const int64_t us_in_second = us_ - static_cast<int64_t>(ToTimeT()) * kMicrosecondsPerSecond;
+  char text[32];
+  if (microseconds) {
+    std::snprintf(text, sizeof(text), "%02d:%02d:%02d.%06d", exploded.hour, exploded.minute,
+                  exploded.second, static_cast<int>(us_in_second));
+  } else {
+    std::snprintf(text, sizeof(text), "%02d:%02d:%02d.%03d", exploded.hour, exploded.minute,
+                  exploded.second, exploded.millisecond);
+  }
+  return text;
 }
 
 }  // namespace base

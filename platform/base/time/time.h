@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <string>
 
 namespace base {
 
@@ -43,6 +44,10 @@ class Time {
   void Explode(bool is_local, Exploded* exploded) const;
   void LocalExplode(Exploded* exploded) const { Explode(true, exploded); }
   void UTCExplode(Exploded* exploded) const { Explode(false, exploded); }
+
+  // "HH:MM:SS.mmm" (|microseconds| false) or "HH:MM:SS.uuuuuu", the time of day in UTC,
+  // for log and trace lines.
+  std::string UTCTimeOfDay(bool microseconds) const;
 
   bool operator==(const Time& other) const { return us_ == other.us_; }
   bool operator<(const Time& other) const { return us_ < other.us_; }

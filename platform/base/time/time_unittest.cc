@@ -20,6 +20,8 @@ TEST(TimeTest, ExplodeInUtc) {
   EXPECT_EQ(5, exploded.minute);
   EXPECT_EQ(3, exploded.second);
   EXPECT_EQ(250, exploded.millisecond);
+  EXPECT_EQ("07:05:03.250", time.UTCTimeOfDay(false));
+  EXPECT_EQ("07:05:03.250017", Time::FromInternalValue(1399619103250017LL).UTCTimeOfDay(true));
 }
 
 TEST(TimeTest, LocalExplodeRoundTripsThroughFromExploded) {
