@@ -43,7 +43,21 @@ const char kInvokeFooter[] =
     "Example: avctl invoke SetSpeakerVolume device_id=tv-1 speaker_volume:=20\n"
     "Prints {\"code\":0,\"result\":{...}}: the method's result code (0 success, 100 the "
     "receiver did not answer, 105 a value outside its set, 107 a missing or mistyped "
-    "argument, 404 no such method) and its results.";
+    "argument, 404 no such method) and its results.\n"
+    "The methods (each also takes device_id, any text):\n"
+    "  SetPowerState power_state=on|off       GetPowerState\n"
+    "  SetSoundMode sound_mode=Standard|Music|Movie|ClearVoice|Amplify\n"
+    "  GetSoundMode                           GetSpeakerVolume\n"
+    "  SetSpeakerVolume speaker_volume:=N     GetMicVolume\n"
+    "  SetMicVolume mic_volume:=N             GetSoundMuteState\n"
+    "  SetSoundMuteState mute_state=TEXT      GetMicPower\n"
+    "  SetMicPower mic_power=TEXT             GetDeviceResources";
+
+// Every command's help ends with the options that all commands take.
+const char kGlobalOptionsFooter[] =
+    "Options of every command, before or after it: --socket PATH (the plugin's link), "
+    "--control PATH (tarn-host's control channel), --timeout MS, --pretty, --fail-on-code; "
+    "see \"avctl --help\".";
 
 // A command: the subcommand that selects it and what runs it.
 struct Command {
@@ -68,6 +82,8 @@ class CommandLine {
     AddControlCommands();
     AddEvents();
     AddStatusCommands();
+    for (const Command& command : commands_)
+      command.app->footer(command.app->get_footer() + "\n" + kGlobalOptionsFooter);
   }
 
   int Run(int argc, const char* const* argv, std::ostream* out, std::ostream* err) {
@@ -144,18 +160,23 @@ class CommandLine {
     property->footer(
         "Prints {\"found\":true,\"device\":{\"device_id\":...,\"number_21\":30,...}}: whether "
         "the plugin knows the device, and the record it answered with, every field by name "
-        "(text_19 never travels, so it is always empty).");
+        "(text_19 never travels, so it is always empty).\n"
+        "Example: avctl property tv-1");
     property->add_option("device_id", device_id_, "The device's id")->required();
   }
 
   void AddDeviceRequests() {
-    const char kOkFooter[] = "Prints {\"ok\":true} or {\"ok\":false}.";
+    const std::string kOkFooter =
+        "The plugin accepts these requests without acting on them. Prints {\"ok\":true} or "
+        "{\"ok\":false}, the plugin's answer.";
     CLI::App* add = AddCommand("register", "Ask the plugin to register a device",
                                [this](CommandContext* context) {
                                  return RunRegister(context, strings_[0], strings_[1], strings_[2]);
                                });
-    add->footer(kOkFooter);
-    add->add_option("strings", strings_, "The request's three strings")
+    add->footer(kOkFooter + "\nExample: avctl register tv-1 \"Living room TV\" av");
+    add->add_option("strings", strings_,
+                    "The request's three strings: the device's id, name and kind, as the "
+                    "device layer gives them (the plugin reads none of them)")
         ->type_name("STRING")
         ->expected(3)
         ->required();
@@ -164,22 +185,28 @@ class CommandLine {
                                   [this](CommandContext* context) {
                                     return RunUnregister(context, strings_[0], strings_[1]);
                                   });
-    remove->footer(kOkFooter);
-    remove->add_option("strings", strings_, "The request's two strings")
+    remove->footer(kOkFooter + "\nExample: avctl unregister tv-1 av");
+    remove
+        ->add_option("strings", strings_,
+                     "The request's two strings: the device's id and kind, as the device "
+                     "layer gives them (the plugin reads neither)")
         ->type_name("STRING")
         ->expected(2)
         ->required();
 
     AddCommand("rescan", "Ask the plugin for a manual rescan of the devices", RunRescan)
-        ->footer(kOkFooter);
-    AddCommand("delete", "Ask the plugin to delete a device", RunDelete)->footer(kOkFooter);
+        ->footer(kOkFooter + "\nExample: avctl rescan");
+    AddCommand("delete", "Ask the plugin to delete a device (the request carries no arguments)",
+               RunDelete)
+        ->footer(kOkFooter + "\nExample: avctl delete");
   }
 
   void AddControlCommands() {
     const char kControlFooter[] =
         "Goes through tarn-host's control channel (--control). Prints {\"ok\":true} or "
         "{\"ok\":false}, the method's result; a host that cannot invoke the method is an "
-        "error (exit 3).";
+        "error (exit 1).\n"
+        "Example: avctl discover tv-1";
     CLI::App* discover =
         AddCommand("discover", "Announce a device's discovery (the platform's call of OnDiscovery)",
                    [this](CommandContext* context) { return RunDiscover(context, device_id_); });
@@ -203,8 +230,10 @@ class CommandLine {
     events->footer(
         "Subscribes on tarn-host's control channel (--control) and prints one line per event, "
         "e.g. {\"id\":35,\"data\":[\"tv-1\",\"av_plugin\"]} (35 discovery, 37 disconnection), "
-        "until SIGINT or SIGTERM (exit 0) or until the host goes away (exit 3). The time-out "
-        "bounds connecting and subscribing, not the wait for events.");
+        "until SIGINT or SIGTERM (exit 0) or until the host goes away (exit 1). The time-out "
+        "bounds connecting and subscribing, not the wait for events. It says on stderr when it "
+        "is subscribed.\n"
+        "Example: avctl events --id 35 --count 1");
     events->add_option("--id", events_.event_id, "Only events of this id (default: all)")
         ->type_name("N")
         ->check(CLI::Range(0, INT_MAX));
@@ -227,7 +256,7 @@ class CommandLine {
         AddCommand("wait", "Wait until tarn-host serves: its link and control channel answer",
                    [this](CommandContext* context) { return RunWait(context, subscribers_); });
     wait->footer(
-        "Tries again until --timeout passes (exit 3), then prints {\"ready\":true}. With "
+        "Tries again until --timeout passes (exit 1), then prints {\"ready\":true}. With "
         "--subscribers N it also waits until N clients are subscribed to events, so that a "
         "script can start \"avctl events &\" and wait for it before causing events.\n"
         "Example: tarn-host & avctl wait && avctl invoke GetSpeakerVolume device_id=x");

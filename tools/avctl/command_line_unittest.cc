@@ -36,6 +36,15 @@ TEST(CommandLineTest, EveryCommandHasHelp) {
     EXPECT_EQ(0, outcome.exit_code) << command;
     EXPECT_NE(std::string::npos, outcome.out.find(std::string("Usage: avctl ") + command))
         << outcome.out;
+    EXPECT_NE(std::string::npos, outcome.out.find("Example: ")) << command;
+    EXPECT_NE(std::string::npos, outcome.out.find("Options of every command")) << command;
+  }
+  const std::string invoke = RunAvctl({"invoke", "--help"}).out;
+  for (const char* method :
+       {"SetPowerState", "GetPowerState", "SetSoundMode", "GetSoundMode", "GetSpeakerVolume",
+        "SetSpeakerVolume", "GetMicVolume", "SetMicVolume", "GetSoundMuteState",
+        "SetSoundMuteState", "GetMicPower", "SetMicPower", "GetDeviceResources"}) {
+    EXPECT_NE(std::string::npos, invoke.find(std::string("  ") + method)) << method;
   }
   const Outcome outcome = RunAvctl({"--help"});
   EXPECT_EQ(0, outcome.exit_code);

@@ -212,6 +212,7 @@ TEST_F(CecSimProcessTest, BadArgumentsExitWithTwoAndHelpWithZero) {
                              "--delay-ms", "--power-status"}) {
     EXPECT_NE(std::string::npos, text.find(option)) << option;
   }
+  EXPECT_NE(std::string::npos, text.find("Example: tarn-cec-sim ")) << text;
   SimProcess unusable({"--socket", dir_.Path("missing/cec.sock")});
   EXPECT_EQ(1, unusable.Finish(0));
 }

@@ -43,8 +43,9 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
       "Without --config it runs the AV plugin built or installed with it, the built-in "
       "receiver simulator, and its sockets under " +
           control::DefaultSocketDir() +
-          "/. Exit codes: 0 stopped cleanly (or printed what was asked), 1 the configuration "
-          "or a component failed, 2 usage error.",
+          "/.\nExit codes (the same for avctl and tarn-cec-sim): 0 stopped cleanly (or printed "
+          "what was asked), 1 the configuration or a component failed, 2 usage error.\n"
+          "Example: tarn-host --print-config > my.xml && tarn-host --config my.xml --trace",
       "tarn-host");
   app.add_option("--config", options->config_path,
                  "The configuration file, config.xml (see docs/config.md)")

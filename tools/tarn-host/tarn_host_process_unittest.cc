@@ -274,6 +274,7 @@ TEST_F(TarnHostProcessTest, UsageErrorsExitWithTwoAndConfigurationErrorsWithOne)
   const std::string text = help->RestOfOutput();
   EXPECT_NE(std::string::npos, text.find("--config")) << text;
   EXPECT_NE(std::string::npos, text.find("--print-config")) << text;
+  EXPECT_NE(std::string::npos, text.find("Example: tarn-host ")) << text;
 }
 
 TEST_F(TarnHostProcessTest, WithoutAConfigurationItRunsTheDefaultAndCanPrintIt) {
