@@ -21,6 +21,20 @@ namespace {
 // The latencies kept per method for its percentiles.
 const size_t kRecentLatencies = 1024;
 
+// The distinct message and method names counted on their own; any later one is counted
+// under kOtherName, so that peers sending made-up names cannot grow the tables.
+const size_t kMaxNames = 64;
+const char kOtherName[] = "(other)";
+
+// The entry of |table| for |name|, or for kOtherName once the table is full.
+template <class Table>
+typename Table::mapped_type& EntryFor(Table* table, const std::string& name) {
+  auto it = table->find(name);
+  if (it != table->end())
+    return it->second;
+  return (*table)[table->size() < kMaxNames ? name : kOtherName];
+}
+
 // Appends |message|'s parameters, as |Msg| reads them, to |*text|.
 template <class Msg>
 void RenderRequest(const IPC::Message& message, std::string* text) {
@@ -222,11 +236,11 @@ std::string TrafficMonitor::Record(const IPC::Message& request,
   const std::string name = NameOf(request);
   {
     std::lock_guard<std::mutex> lock(lock_);
-    Counts& counts = messages_[name];
+    Counts& counts = EntryFor(&messages_, name);
     ++counts.requests;
     counts.errors += failed ? 1 : 0;
     if (!method.empty()) {
-      MethodFigures& figures = methods_[method];
+      MethodFigures& figures = EntryFor(&methods_, method);
       ++figures.counts.requests;
       figures.counts.errors += method_failed ? 1 : 0;
       figures.recent_us.push_back(elapsed.count());
