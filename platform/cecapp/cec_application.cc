@@ -4,23 +4,12 @@
 
 #include "base/logging.h"
 #include "cecapp/cec_adapter.h"
+#include "cecapp/cec_request_names.h"
 #include "tvapp/application_base.h"
 
 namespace cecapp {
 
 namespace {
-
-const char kSetOnOff[] = "set_cec_receiver_on_off";
-const char kGetPowerStatus[] = "get_cec_receiver_power_status";
-const char kSetSoundMode[] = "set_smart_home_sound_mode";
-const char kOnOffKey[] = "onoff";
-const char kPowerStatusKey[] = "power status";
-const char kSoundModeKey[] = "sound mode";
-const char kReturnKey[] = "return";
-
-OCString Utf8(const char* text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
 
 // What the plugin's "power status" says for a <Report Power Status> operand: 1 on or
 // going on, 0 in standby or going to standby; -1 for a value CEC does not define.

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "cecapp/cec_request_names.h"
 #include "tvapp/application_base.h"
 
 namespace cec_sim {
@@ -10,17 +11,14 @@ const char kCecApplicationName[] = "nimbara.native.cec";
 
 namespace {
 
-const char kSetOnOff[] = "set_cec_receiver_on_off";
-const char kGetPowerStatus[] = "get_cec_receiver_power_status";
-const char kSetSoundMode[] = "set_smart_home_sound_mode";
-const char kOnOffKey[] = "onoff";
-const char kPowerStatusKey[] = "power status";
-const char kSoundModeKey[] = "sound mode";
-const char kReturnKey[] = "return";
-
-OCString Utf8(const char* text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
+using cecapp::kGetPowerStatus;
+using cecapp::kOnOffKey;
+using cecapp::kPowerStatusKey;
+using cecapp::kReturnKey;
+using cecapp::kSetOnOff;
+using cecapp::kSetSoundMode;
+using cecapp::kSoundModeKey;
+using cecapp::Utf8;
 
 }  // namespace
 
