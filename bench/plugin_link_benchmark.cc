@@ -26,8 +26,8 @@
 #include "runtime/component.h"
 #include "runtime/component_library.h"
 #include "runtime/runtime.h"
-#include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/instance_directory.h"
+#include "tvapp/simulator/receiver_simulator.h"
 
 namespace {
 

@@ -7,9 +7,13 @@
 #                             Tarn::* targets and tarn_add_component()
 #   lib/pkgconfig/            tarn-platform.pc, the same libraries for pkg-config
 #   lib/systemd/user/         tarn-host.service, a systemd user unit
-#   include/tarn/             the platform's headers, the runtime's component headers and
-#                             the device plugin manager interface
+#   include/tarn/             the platform's headers (below), the runtime's component headers
+#                             (runtime/, from runtime/CMakeLists.txt) and the device plugin
+#                             manager interface (plugin/device/, from plugin/CMakeLists.txt)
 #   share/tarn/component/     the runtime sources every component compiles into itself
+#                             (runtime/CMakeLists.txt) and the linker script component.map
+#   share/tarn/device_plugin/ the device plugin manager interface's source, which every
+#                             device plugin compiles into itself (plugin/CMakeLists.txt)
 #   share/tarn/examples/      config.xml, tarn-host's default configuration, commented
 #   share/man/man1/           tarn-host.1, avctl.1, tarn-cec-sim.1 (when help2man is there)
 #   share/bash-completion/completions/avctl
@@ -20,25 +24,16 @@ include(CMakePackageConfigHelpers)
 
 set(TARN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/TarnPlatform)
 
+# The receiver simulator and the tests' helpers are not installed.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarn
         FILES_MATCHING PATTERN "*.h"
-        PATTERN "test" EXCLUDE)
-install(FILES
-          ${PROJECT_SOURCE_DIR}/runtime/component.h
-          ${PROJECT_SOURCE_DIR}/runtime/module_level_log.h
-          ${PROJECT_SOURCE_DIR}/runtime/reflection_templates.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarn/runtime)
-install(FILES ${PROJECT_SOURCE_DIR}/plugin/device/device_plugin_manager_interface.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarn/plugin/device)
-install(FILES
-          ${PROJECT_SOURCE_DIR}/runtime/component.cc
-          ${PROJECT_SOURCE_DIR}/runtime/module_level_log.cc
-          ${PROJECT_SOURCE_DIR}/plugin/device/device_plugin_manager_interface.cc
-          ${PROJECT_SOURCE_DIR}/cmake/component.map
+        PATTERN "test" EXCLUDE
+        PATTERN "simulator" EXCLUDE)
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/component.map
         DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn/component)
 
-install(TARGETS tarn_device tarn_component_headers EXPORT TarnPlatformTargets)
+install(TARGETS tarn_device EXPORT TarnPlatformTargets)
 # The plugin is a loadable module: the runtime opens it by path (dlopen) and nothing links
 # against it, so its file name and SONAME stay libtarn_av_plugin.so, unversioned.
 # Configurations and tarn-host's default lookup name that file; its interface is the one

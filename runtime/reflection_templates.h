@@ -37,11 +37,11 @@ class FunctionMethodContainerBase {
   }
 };
 
-// A static function without parameters returning __RT.
-template <typename __RT>
+// A static function without parameters returning ReturnType.
+template <typename ReturnType>
 class ReflectionStaticFuncType0 : public FunctionMethodContainerBase {
  public:
-  typedef __RT (*fptr)();
+  typedef ReturnType (*fptr)();
 
   ReflectionStaticFuncType0(fptr func,
                             std::string return_type,
@@ -50,25 +50,26 @@ class ReflectionStaticFuncType0 : public FunctionMethodContainerBase {
 
   // Stores func_() at |ret|; |obj| and |argv| are not read.
   void invoke(void* ret, void* /*obj*/, void** /*argv*/) override {
-    *static_cast<__RT*>(ret) = func_();
+    *static_cast<ReturnType*>(ret) = func_();
   }
 
   fptr func_;
 };
 
-// A member function of __C taking one __P1 by reference and returning __RT.
-template <typename __RT, typename __C, typename __P1>
+// A member function of Class taking one Param1 by reference and returning ReturnType.
+template <typename ReturnType, typename Class, typename Param1>
 class MethodContainerType1_ : public FunctionMethodContainerBase {
  public:
-  typedef __RT (__C::*fptr)(const __P1&);
+  typedef ReturnType (Class::*fptr)(const Param1&);
 
   MethodContainerType1_(fptr func, std::string return_type, std::vector<std::string> params_type)
       : FunctionMethodContainerBase(1, return_type, params_type), func_(func) {}
 
-  // Calls func_ on the __C at |obj| with the __P1 that argv[0] points to; stores the
+  // Calls func_ on the Class at |obj| with the Param1 that argv[0] points to; stores the
   // result at |ret|.
   void invoke(void* ret, void* obj, void** argv) override {
-    *static_cast<__RT*>(ret) = (static_cast<__C*>(obj)->*func_)(*static_cast<__P1*>(argv[0]));
+    *static_cast<ReturnType*>(ret) =
+        (static_cast<Class*>(obj)->*func_)(*static_cast<Param1*>(argv[0]));
   }
 
   fptr func_;

@@ -1,5 +1,5 @@
-// The platform runtime that loads components: its configuration options, its threads and
-// its reflection registry. One per process.
+// The platform runtime that loads components: the configuration options its host gives it,
+// its threads and its reflection registry. One per process.
 
 #ifndef RUNTIME_RUNTIME_H_
 #define RUNTIME_RUNTIME_H_
@@ -28,22 +28,14 @@ class Runtime {
   Runtime(const Runtime&) = delete;
   Runtime& operator=(const Runtime&) = delete;
 
-  // Which configuration file the options come from. Until this is called the runtime reads
-  // $TARN_CONFIG, or ./config.xml when that is unset, the first time an option is needed.
-  // Reads the file now; a malformed file writes one error line naming the file and the
-  // line, leaves no options and returns false.
-  bool LoadConfigFile(const std::string& path);
+  // Takes |options| (name to value) as the whole configuration, in place of any given
+  // before. The runtime reads no file and no environment: its host hands it the options,
+  // tarn-host those of its config.xml. Until then there are none.
+  void SetConfigOptions(const std::map<std::string, std::string>& options);
 
   // Sets |value| to the option's text; leaves it empty and returns false when the
   // configuration has no such option.
   virtual bool GetConfigOption(const std::string& key, std::string& value) const;
-
-  // Sets or replaces one option, on top of what the file gave.
-  void SetConfigOption(const std::string& key, const std::string& value);
-
-  // Takes |options| as the whole configuration, in place of a file: no file is read until
-  // LoadConfigFile() is called. For a host that has its configuration from elsewhere.
-  void SetConfigOptions(const std::map<std::string, std::string>& options);
 
   // The number of runtime threads.
   static const int kThreadCount = 2;
@@ -65,10 +57,6 @@ class Runtime {
   // in a runtime without a registry.
   void SetReflectionOfferedForTesting(bool offered);
 
-  // Forgets every option and which file they came from; the next look-up reads the
-  // default file again.
-  void ResetConfigForTesting();
-
  protected:
   Runtime();
   virtual ~Runtime();
@@ -76,19 +64,14 @@ class Runtime {
  private:
   friend struct LeakySingletonTraits<Runtime>;
 
-  // Reads the default file if no file was read yet. Needs |lock_| held.
-  void EnsureConfigLoadedLocked() const;
-  bool LoadConfigFileLocked(const std::string& path) const;
-
   std::mutex threads_lock_;
   std::unique_ptr<base::Thread> threads_[kThreadCount];  // guarded by |threads_lock_|
 
   Reflection* const reflection_;  // owned; lives as long as the process, like the runtime
   std::atomic<bool> reflection_offered_{true};
 
-  mutable std::mutex lock_;
-  mutable bool config_loaded_ = false;
-  mutable std::map<std::string, std::string> options_;
+  mutable std::mutex options_lock_;
+  std::map<std::string, std::string> options_;  // guarded by |options_lock_|
 };
 
 }  // namespace runtime

@@ -12,6 +12,7 @@ prefix=$work/prefix
 cmake --install "$build_dir" --prefix "$prefix" >/dev/null
 for file in bin/tarn-cec-sim lib/libtarn_av_plugin.so lib/libtarn_base.so lib/libtarn_runtime.so \
             include/tarn/base/values.h include/tarn/runtime/component.h \
+            include/tarn/plugin/device/device_plugin_manager_interface.h \
             lib/cmake/TarnPlatform/TarnPlatformConfig.cmake; do
   [ -e "$prefix/$file" ] || { echo "missing after install: $file"; exit 1; }
 done
@@ -19,6 +20,20 @@ done
 cmake -S "$source_dir/examples/sample_component" -B "$work/sample" -G Ninja \
   -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/sample" >/dev/null
+# The same source as a device plugin, the manager interface compiled in.
+mkdir "$work/device"
+cat >"$work/device/CMakeLists.txt" <<EOF
+cmake_minimum_required(VERSION 3.25)
+project(device_sample LANGUAGES CXX)
+find_package(TarnPlatform REQUIRED)
+tarn_add_component(device_sample SOURCES $source_dir/examples/sample_component/sample_component.cc
+                   LIBS Tarn::tarn_device_plugin)
+EOF
+cmake -S "$work/device" -B "$work/device/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/device/build" >/dev/null
+nm -C "$work/device/build/libdevice_sample.so" >"$work/device/symbols"
+grep -q 'DevicePluginManagerItf::ManualRescanDevices' "$work/device/symbols" ||
+  { echo "the device plugin lacks the manager interface's source"; exit 1; }
 
 # The same component built with pkg-config alone, every symbol resolved at link time.
 pc() {
@@ -30,7 +45,8 @@ c++ -std=c++17 -shared -fPIC -fvisibility=hidden -o "$work/libsample_pc.so" \
   "$source_dir/examples/sample_component/sample_component.cc" "$componentdir"/*.cc \
   $(pc --cflags --libs) -Wl,--no-undefined -Wl,--version-script="$componentdir/component.map"
 
-for library in "$work/sample/libsample_component.so" "$work/libsample_pc.so"; do
+for library in "$work/sample/libsample_component.so" "$work/libsample_pc.so" \
+               "$work/device/build/libdevice_sample.so"; do
   exports=$(readelf --dyn-syms --wide "$library" |
     awk '$7 != "UND" && ($5 == "GLOBAL" || $5 == "WEAK") { print $8 }')
   [ "$exports" = "GetComponent" ] || { echo "$library exports: $exports"; exit 1; }

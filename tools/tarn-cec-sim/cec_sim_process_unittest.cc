@@ -13,10 +13,10 @@
 #include "base/values.h"
 #include "gtest/gtest.h"
 #include "plugin/device/av_plugin/av_service.h"
-#include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/application_base.h"
 #include "tvapp/instance_directory.h"
 #include "tvapp/query_handle.h"
+#include "tvapp/simulator/receiver_simulator.h"
 #include "tvapp/test/scoped_socket_dir.h"
 
 namespace cec_sim {

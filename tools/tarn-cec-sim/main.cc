@@ -15,8 +15,8 @@
 #include "base/time/time.h"
 #include "nlohmann/json.hpp"
 #include "tools/cli/usage_error.h"
-#include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/instance_server.h"
+#include "tvapp/simulator/receiver_simulator.h"
 
 namespace {
 

@@ -3,11 +3,11 @@
 #include "base/logging.h"
 #include "cecapp/cec_application.h"
 #include "cecapp/cec_device.h"
-#include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tools/tarn-host/host_config.h"
 #include "tvapp/application_base.h"
 #include "tvapp/instance_directory.h"
 #include "tvapp/query_handle.h"
+#include "tvapp/simulator/receiver_simulator.h"
 
 namespace tarn_host {
 

@@ -10,8 +10,8 @@
 
 #include "base/logging.h"
 #include "tools/control/default_paths.h"
-#include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/application_base.h"
+#include "tvapp/simulator/receiver_simulator.h"
 
 namespace tarn_host {
 

@@ -9,7 +9,6 @@
 #include <string>
 
 #include "gtest/gtest.h"
-#include "runtime/runtime.h"
 
 namespace tarn_host {
 namespace {
@@ -45,21 +44,6 @@ TEST_F(DefaultConfigTest, PluginIsLookedForInTheBuildTreeThenTheInstallTree) {
   EXPECT_EQ(installed, FindPluginLibrary(program));
   MakeFile(candidates[0]);
   EXPECT_EQ(dir_ + "/plugin/libtarn_av_plugin.so", FindPluginLibrary(program));
-}
-
-TEST_F(DefaultConfigTest, RuntimeTakesTheDefaultOptionsWithoutReadingAFile) {
-  const std::string file = dir_ + "/config.xml";
-  std::ofstream(file) << "<config><option name=\"from_file\" value=\"1\"/></config>";
-  ASSERT_EQ(0, setenv("TARN_CONFIG", file.c_str(), 1));
-  runtime::Runtime* runtime = runtime::Runtime::GetInstance();
-  runtime->ResetConfigForTesting();
-  runtime->SetConfigOptions(DefaultHostConfig("p.so").options);
-  std::string value;
-  EXPECT_TRUE(runtime->GetConfigOption("av_log_level", value));
-  EXPECT_EQ("LOG_INFO", value);
-  EXPECT_FALSE(runtime->GetConfigOption("from_file", value));
-  unsetenv("TARN_CONFIG");
-  runtime->ResetConfigForTesting();
 }
 
 TEST_F(DefaultConfigTest, SocketDirectoryIsMadePrivateOrMustBeOurs) {

@@ -42,8 +42,7 @@ bool CreateSocketFolder(const std::string& path, std::string* error) {
 
 }  // namespace
 
-Host::Host(const HostConfig& config, const std::string& config_path)
-    : config_(config), config_path_(config_path) {}
+Host::Host(const HostConfig& config) : config_(config) {}
 
 Host::~Host() {
   Stop();
@@ -54,10 +53,7 @@ bool Host::Start(std::string* error) {
     return false;
   started_ = true;
   logging::SetMinLogLevel(config_.min_log_level);
-  if (!StartRuntime(error)) {
-    Stop();
-    return false;
-  }
+  runtime::Runtime::GetInstance()->SetConfigOptions(config_.options);
   CQueryHandle::GetApplication()->SetReplyTimeLimit(config_.reply_time_limit);
   // Counted always, for the status request; traced on stderr when asked.
   monitor_ = std::make_unique<TrafficMonitor>(config_.trace ? &std::cerr : nullptr);
@@ -143,19 +139,6 @@ bool Host::PrepareSocketPaths(std::string* error) const {
         *error += "; is another tarn-host running with this configuration?";
       return false;
     }
-  }
-  return true;
-}
-
-bool Host::StartRuntime(std::string* error) {
-  runtime::Runtime* runtime = runtime::Runtime::GetInstance();
-  if (config_path_.empty()) {
-    runtime->SetConfigOptions(config_.options);
-    return true;
-  }
-  if (!runtime->LoadConfigFile(config_path_)) {
-    *error = "the runtime cannot read its options from " + config_path_;
-    return false;
   }
   return true;
 }

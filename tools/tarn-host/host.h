@@ -21,9 +21,8 @@ class TrafficMonitor;
 
 class Host {
  public:
-  // |config_path| is the file |config| was read from, which the runtime then reads for its
-  // options; empty for a configuration that has no file.
-  Host(const HostConfig& config, const std::string& config_path);
+  // The runtime takes the options of |config| as they are; it reads no file itself.
+  explicit Host(const HostConfig& config);
   // Stops.
   ~Host();
   Host(const Host&) = delete;
@@ -45,11 +44,9 @@ class Host {
 
  private:
   bool PrepareSocketPaths(std::string* error) const;
-  bool StartRuntime(std::string* error);
   bool StartComponents(std::string* error);
 
   const HostConfig config_;
-  const std::string config_path_;
   std::unique_ptr<ApplicationHost> applications_;
   std::unique_ptr<ComponentHost> components_;
   std::unique_ptr<MethodInvoker> invoker_;

@@ -12,8 +12,8 @@
 #include <map>
 #include <sstream>
 
-#include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tools/tarn-host/host_config.h"
+#include "tvapp/simulator/receiver_simulator.h"
 
 namespace tarn_host {
 

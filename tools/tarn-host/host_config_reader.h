@@ -1,4 +1,5 @@
-// Reads tarn-host's config.xml:
+// Reads config.xml, the one reader of it: tarn-host runs what it names and hands its
+// <option>s to the runtime, which reads no file of its own.
 //
 //   <config>
 //     <option name="av_log_level" value="LOG_INFO"/>

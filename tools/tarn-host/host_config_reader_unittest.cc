@@ -72,17 +72,18 @@ TEST(HostConfigReaderTest, ReadsEveryElementInOrder) {
 
   EXPECT_TRUE(config.warnings.empty());
 
-  // An option nobody reads is kept, with a warning that names those that are read.
+  // An option nobody reads is kept, empty value and all, with a warning that names those
+  // that are read.
   HostConfig unknown;
   std::string text = kValid;
-  text.insert(text.find("<config>\n") + 9, "<option name='min_loglevel' value='x'/>\n");
+  text.insert(text.find("<config>\n") + 9, "<option name='min_loglevel' value=''/>\n");
   ASSERT_TRUE(HostConfigReader::Parse(text, "u.xml", &unknown, &error)) << error;
   EXPECT_EQ(std::vector<std::string>{"u.xml:3: option \"min_loglevel\" is read by neither the "
                                      "host nor the AV plugin (they read min_log_level, "
                                      "reply_time_limit_ms, trace, av_log_level); it is handed "
                                      "to the components as it is"},
             unknown.warnings);
-  EXPECT_EQ("x", unknown.options["min_loglevel"]);
+  EXPECT_EQ("", unknown.options.at("min_loglevel"));
 
   // What --print-config writes reads back to the same configuration.
   config.options["quoted"] = "a \"b\" <c> & 'd'";

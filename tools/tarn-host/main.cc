@@ -114,7 +114,7 @@ int main(int argc, char** argv) {
   // A client that goes away must not end the host on the next write.
   signal(SIGPIPE, SIG_IGN);
 
-  tarn_host::Host host(config, options.config_path);
+  tarn_host::Host host(config);
   if (!host.Start(&error)) {
     std::cerr << "tarn-host: " << error << std::endl;
     return kExitFailure;

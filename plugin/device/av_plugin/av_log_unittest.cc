@@ -10,18 +10,17 @@ namespace {
 class AvLogTest : public testing::Test {
  protected:
   void SetUp() override {
-    runtime::Runtime::GetInstance()->ResetConfigForTesting();
-    runtime::Runtime::GetInstance()->LoadConfigFile("/nonexistent/config.xml");
+    runtime::Runtime::GetInstance()->SetConfigOptions({});
     logging::SetMinLogLevel(logging::LOG_INFO);
     log_level = 0;
   }
   void TearDown() override {
-    runtime::Runtime::GetInstance()->ResetConfigForTesting();
+    runtime::Runtime::GetInstance()->SetConfigOptions({});
     logging::SetMinLogLevel(logging::LOG_INFO);
     log_level = 0;
   }
   void SetOption(const std::string& value) {
-    runtime::Runtime::GetInstance()->SetConfigOption("av_log_level", value);
+    runtime::Runtime::GetInstance()->SetConfigOptions({{"av_log_level", value}});
   }
 };
 
@@ -53,7 +52,7 @@ TEST_F(AvLogTest, MissingOrUnsupportedValueKeepsTheLevelAndSaysSo) {
       {" LOG_INFO", kUnsupported}, {"2", kUnsupported},
   };
   for (const Row& row : rows) {
-    runtime::Runtime::GetInstance()->LoadConfigFile("/nonexistent/config.xml");
+    runtime::Runtime::GetInstance()->SetConfigOptions({});
     if (row.value)
       SetOption(row.value);
     log_level = 3;

@@ -16,12 +16,12 @@
 #include "gtest/gtest.h"
 #include "plugin/device/av_plugin/av_log.h"
 #include "plugin/device/av_plugin/av_service.h"
-#include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/application_base.h"
 #include "tvapp/instance_directory.h"
 #include "tvapp/instance_server.h"
 #include "tvapp/message_handler.h"
 #include "tvapp/query_handle.h"
+#include "tvapp/simulator/receiver_simulator.h"
 #include "tvapp/test/scoped_socket_dir.h"
 
 namespace plugin {

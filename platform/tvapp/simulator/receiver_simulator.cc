@@ -1,7 +1,8 @@
-#include "tools/tarn-cec-sim/receiver_simulator.h"
+#include "tvapp/simulator/receiver_simulator.h"
 
 #include <string>
 
+#include "cecapp/cec_config.h"
 #include "cecapp/cec_request_names.h"
 #include "tvapp/application_base.h"
 
@@ -174,7 +175,8 @@ bool ReceiverSimulator::Carry(int message_type,
   }
   if (name == kSetSoundMode) {
     long mode = -1;
-    if (!request.Query(Utf8(kSoundModeKey), mode) || mode < 0 || mode > kMaxSoundMode || refuse)
+    if (!request.Query(Utf8(kSoundModeKey), mode) || mode < 0 || mode > cecapp::kMaxSoundMode ||
+        refuse)
       return false;
     sound_mode_ = mode;
     return true;

@@ -1,4 +1,6 @@
-// A simulated audio receiver behind the TV's CEC application "nimbara.native.cec".
+// A simulated audio receiver behind the TV's CEC application "nimbara.native.cec": the
+// stand-in for that application wherever the TV is not there (tests, benchmarks, tarn-host's
+// built-in application, the tarn-cec-sim program).
 //
 // It answers the CEC application's requests as the receiver would:
 //   "set_cec_receiver_on_off"        "onoff" (bool)        switches the power
@@ -20,8 +22,8 @@
 //
 // All members may be called from any thread.
 
-#ifndef TOOLS_TARN_CEC_SIM_RECEIVER_SIMULATOR_H_
-#define TOOLS_TARN_CEC_SIM_RECEIVER_SIMULATOR_H_
+#ifndef TVAPP_SIMULATOR_RECEIVER_SIMULATOR_H_
+#define TVAPP_SIMULATOR_RECEIVER_SIMULATOR_H_
 
 #include <chrono>
 #include <condition_variable>
@@ -35,9 +37,6 @@ namespace cec_sim {
 
 // The instance name of the TV's CEC application.
 extern const char kCecApplicationName[];
-
-// The highest sound-mode number; modes run from 0 to it.
-const long kMaxSoundMode = 4;
 
 class ReceiverSimulator : public ORVELL0300::CMessageHandler {
  public:
@@ -142,4 +141,4 @@ class ReceiverSimulator : public ORVELL0300::CMessageHandler {
 
 }  // namespace cec_sim
 
-#endif  // TOOLS_TARN_CEC_SIM_RECEIVER_SIMULATOR_H_
+#endif  // TVAPP_SIMULATOR_RECEIVER_SIMULATOR_H_

@@ -1,19 +1,17 @@
-#include "tools/tarn-cec-sim/receiver_simulator.h"
+#include "tvapp/simulator/receiver_simulator.h"
 
 #include <future>
 #include <string>
 
+#include "cecapp/cec_request_names.h"
 #include "gtest/gtest.h"
 #include "tvapp/application_base.h"
 
 namespace cec_sim {
 namespace {
 
+using cecapp::Utf8;
 using ORVELL0300::CMessage;
-
-OCString Utf8(const char* text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
 
 CMessage Request(const char* name) {
   CMessage request;
