@@ -33,19 +33,33 @@ std::string NextLine(base::test::ChildProcess* sim) {
   return time == std::string::npos ? line : line.substr(0, time) + "}";
 }
 
-typedef int (plugin::AvService::*Method)(const base::DictionaryValue&, base::DictionaryValue*);
-
-// The service's answer to |method| with |key|: |value|, as "code result-json".
-std::string Call(Method method, const char* key, const char* value) {
+// The service's answer, as "code result-json", to SetPowerState or SetSoundMode when |call|
+// is "power_state=..." or "sound_mode=...", to GetPowerState when it is empty.
+std::string Call(const std::string& call) {
   base::DictionaryValue args;
   args.SetString("device_id", "tv");
-  if (key)
-    args.SetString(key, value);
+  const std::string::size_type equals = call.find('=');
+  if (equals != std::string::npos)
+    args.SetString(call.substr(0, equals), call.substr(equals + 1));
+  plugin::AvService* service = plugin::AvService::GetInstance();
   base::DictionaryValue result;
-  const int code = (plugin::AvService::GetInstance()->*method)(args, &result);
+  const int code = call.empty()                    ? service->GetPowerState(args, &result)
+                   : call.find("power_state") == 0 ? service->SetPowerState(args, &result)
+                                                   : service->SetSoundMode(args, &result);
   std::string json;
   base::JSONWriter::Write(&result, &json);
   return std::to_string(code) + " " + json;
+}
+
+// The simulator's line on an exchange's outcome: the reply, the fault, the state after it;
+// |fault| "late" stands for a reply sent after the requester gave up.
+std::string Printed(const std::string& reply,
+                    const std::string& fault,
+                    const char* power,
+                    int sound_mode) {
+  return std::string(fault == "late" ? "{\"late\":true," : "{") + "\"reply\":" + reply +
+         ",\"fault\":\"" + (fault == "late" ? "none" : fault) + "\",\"state\":{\"power\":\"" +
+         power + "\",\"sound_mode\":" + std::to_string(sound_mode) + "}}";
 }
 
 bool Exists(const std::string& path) {
@@ -70,99 +84,72 @@ class CecSimProcessTest : public testing::Test {
 };
 
 TEST_F(CecSimProcessTest, OptionsShapeTheRepliesAndEachExchangeIsPrinted) {
-  using plugin::AvService;
-  const char kGetStatus[] = R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})";
+  const char kOk[] = R"({"return":true})";
   const struct {
     std::vector<std::string> options;
     int time_limit_ms;
-    Method method;
-    const char* key;  // the value argument, or null
-    const char* value;
-    const char* reply;    // the service's, "code result"
+    const char* call;  // see Call()
+    const char* reply;
     const char* request;  // the line the simulator prints on the request
-    const char* outcome;  // and the one on its outcome: the reply, the fault, the state after
+    std::string outcome;  // and the one on its outcome
     int stop_signal;
   } rows[] = {
       {{"--power", "on"},
        3000,
-       &AvService::SetPowerState,
-       "power_state",
-       "off",
+       "power_state=off",
        "0 {}",
        R"({"name":"set_cec_receiver_on_off","args":{"onoff":false}})",
-       R"({"reply":{"return":true},"fault":"none","state":{"power":"off","sound_mode":0}})",
+       Printed(kOk, "none", "off", 0),
        SIGTERM},
       {{},
        3000,
-       &AvService::SetSoundMode,
-       "sound_mode",
-       "ClearVoice",
+       "sound_mode=ClearVoice",
        "0 {}",
        R"({"name":"set_smart_home_sound_mode","args":{"sound mode":3}})",
-       R"({"reply":{"return":true},"fault":"none","state":{"power":"off","sound_mode":3}})",
+       Printed(kOk, "none", "off", 3),
        SIGINT},
       {{"--delay-ms", "50", "--power", "on"},
        3000,
-       &AvService::GetPowerState,
-       nullptr,
-       nullptr,
+       "",
        R"(0 {"power_state":"on"})",
-       kGetStatus,
-       R"({"reply":{"return":true,"power status":1},"fault":"none","state":{"power":"on","sound_mode":0}})",
+       nullptr,
+       Printed(R"({"return":true,"power status":1})", "none", "on", 0),
        SIGTERM},
       {{"--power", "on", "--power-status", "0"},
        3000,
-       &AvService::GetPowerState,
-       nullptr,
-       nullptr,
+       "",
        R"(0 {"power_state":"off"})",
-       kGetStatus,
-       R"({"reply":{"return":true,"power status":0},"fault":"none","state":{"power":"on","sound_mode":0}})",
+       nullptr,
+       Printed(R"({"return":true,"power status":0})", "none", "on", 0),
        SIGINT},
       {{"--power-status", "5"},
        3000,
-       &AvService::GetPowerState,
-       nullptr,
-       nullptr,
+       "",
        R"(0 {"power_state":"on"})",
-       kGetStatus,
-       R"({"reply":{"return":true,"power status":5},"fault":"none","state":{"power":"off","sound_mode":0}})",
+       nullptr,
+       Printed(R"({"return":true,"power status":5})", "none", "off", 0),
        SIGINT},
       {{"--fail-return", "--power", "on"},
        3000,
-       &AvService::GetPowerState,
-       nullptr,
-       nullptr,
+       "",
        "100 {}",
-       kGetStatus,
-       R"({"reply":{"return":false,"power status":1},"fault":"fail-return","state":{"power":"on","sound_mode":0}})",
+       nullptr,
+       Printed(R"({"return":false,"power status":1})", "fail-return", "on", 0),
        SIGINT},
       {{"--empty-reply"},
        3000,
-       &AvService::GetPowerState,
-       nullptr,
-       nullptr,
+       "",
        "100 {}",
-       kGetStatus,
-       R"({"reply":{},"fault":"empty-reply","state":{"power":"off","sound_mode":0}})",
-       SIGINT},
-      {{"--no-reply"},
-       200,
-       &AvService::GetPowerState,
        nullptr,
-       nullptr,
-       "100 {}",
-       kGetStatus,
-       R"({"reply":null,"fault":"no-reply","state":{"power":"off","sound_mode":0}})",
+       Printed("{}", "empty-reply", "off", 0),
        SIGINT},
+      {{"--no-reply"}, 200, "", "100 {}", nullptr, Printed("null", "no-reply", "off", 0), SIGINT},
       {{"--delay-ms", "800"},
        200,
-       &AvService::GetPowerState,
-       nullptr,
-       nullptr,
+       "",
        "100 {}",
-       kGetStatus,
-       R"({"late":true,"reply":null,"fault":"none","state":{"power":"off","sound_mode":0}})",
+       nullptr,
+       Printed("null", "late", "off", 0),
        SIGINT},
   };
   for (const auto& row : rows) {
@@ -173,8 +160,10 @@ TEST_F(CecSimProcessTest, OptionsShapeTheRepliesAndEachExchangeIsPrinted) {
     ASSERT_TRUE(sim.Start(TARN_CEC_SIM_PATH, arguments));
     ASSERT_EQ("tarn-cec-sim: serving nimbara.native.cec on " + socket_path_, NextLine(&sim));
     CQueryHandle::GetApplication()->SetReplyTimeLimit(std::chrono::milliseconds(row.time_limit_ms));
-    EXPECT_EQ(row.reply, Call(row.method, row.key, row.value));
-    EXPECT_EQ(row.request, NextLine(&sim));
+    EXPECT_EQ(row.reply, Call(row.call));
+    EXPECT_EQ(row.request ? row.request
+                          : R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})",
+              NextLine(&sim));
     EXPECT_EQ(row.outcome, NextLine(&sim));
     ASSERT_TRUE(sim.Signal(row.stop_signal));
     EXPECT_EQ(0, sim.Wait(kTimeout));
@@ -182,7 +171,7 @@ TEST_F(CecSimProcessTest, OptionsShapeTheRepliesAndEachExchangeIsPrinted) {
     EXPECT_FALSE(Exists(socket_path_));
   }
   // With the simulator gone, the receiver cannot be reached.
-  EXPECT_EQ("100 {}", Call(&AvService::SetPowerState, "power_state", "on"));
+  EXPECT_EQ("100 {}", Call("power_state=on"));
 }
 
 TEST_F(CecSimProcessTest, CommandLinesEndWithTheirExitCodes) {
