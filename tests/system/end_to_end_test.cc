@@ -1,46 +1,32 @@
-// The whole chain as a user runs it: tarn-host loading the plugin, tarn-cec-sim emulating
-// the receiver behind the TV application framework's socket, and the device layer's side
-// driven through avctl and through the IPC client library.
+// The device layer's view of the whole chain: tarn-host loading the plugin, tarn-cec-sim
+// emulating the receiver behind the TV application framework's socket, and avctl sending
+// the plugin's six messages and watching its events.
 
 #include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <cstdio>
-#include <fstream>
-#include <memory>
+#include <regex>
+#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "base/test/child_process.h"
-#include "base/values.h"
+#include "base/posix/unix_domain_socket.h"
 #include "gtest/gtest.h"
-#include "ipc/ipc_message.h"
-#include "ipc/ipc_sync_client.h"
-#include "ipc/ipc_sync_message.h"
 #include "tests/system/host_rig.h"
 
 namespace system_test {
 namespace {
 
-using std::chrono::milliseconds;
-
 class EndToEndTest : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    rig_ = new HostRig("main");
-    ASSERT_TRUE(rig_->Start({"--power", "off"}, 3000));
+    rig_ = new HostRig("e2e");
+    HostRig::Setup setup;
+    setup.sim_options = {"--power", "off"};
+    ASSERT_TRUE(rig_->Start(setup));
   }
   static void TearDownTestSuite() {
     delete rig_;
     rig_ = nullptr;
-  }
-
-  void Connect(IPC::SyncClient* client) {
-    ASSERT_EQ(IPC::SyncClient::RESULT_OK, client->Connect(rig_->link(), kTimeout))
-        << client->error();
   }
 
   static HostRig* rig_;
@@ -48,134 +34,163 @@ class EndToEndTest : public testing::Test {
 
 HostRig* EndToEndTest::rig_ = nullptr;
 
-TEST_F(EndToEndTest, EveryServiceMethodThroughTheWholeChain) {
-  struct Row {
-    const char* method;
-    const char* key;  // the value argument, or null
-    const char* value;
-    const char* reply;     // "code results"
-    const char* received;  // what the receiver was asked, or null for nothing
+// |text| as a JSON string's contents.
+std::string Escape(const std::string& text) {
+  return std::regex_replace(text, std::regex(R"((["\\]))"), "\\$1");
+}
+
+// The words of |command|, split at blanks.
+std::vector<std::string> Words(const std::string& command) {
+  std::istringstream stream(command);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;)
+    words.push_back(word);
+  return words;
+}
+
+// A device record as avctl prints it, every field in the wire order; empty for no |id|.
+std::string Record(const std::string& id) {
+  const bool found = !id.empty();
+  const std::string av = found ? "AV" : "";
+  std::ostringstream record;
+  record << R"({"found":)" << (found ? "true" : "false") << R"(,"device":{"device_id":")"
+         << Escape(id) << R"(","plugin_name":")" << (found ? "av_plugin" : "") << R"(","text_03":")"
+         << av << R"(","text_04":")" << av << R"(","text_05":")" << av
+         << R"(","text_06":"","text_07":"","discovery_datetime":")" << (found ? "<time>" : "")
+         << "\"";
+  for (int i = 9; i <= 20; ++i)
+    record << ",\"text_" << (i < 10 ? "0" : "") << i << "\":\"\"";
+  record << ",\"number_21\":" << (found ? 30 : 0) << R"(,"rdf_properties":")";
+  if (found) {
+    record << Escape(R"({"Properties":[{"property":"http://tarn.example/TARN/TARNPlatform/)"
+                     R"(ontology/util/Device.owl#originalId","type":"http://www.w3.org/2001/)"
+                     R"(XMLSchema#string","value":")" +
+                     Escape(id) + "\"}]}");
+  }
+  record << "\"}}\n";
+  return record.str();
+}
+
+TEST_F(EndToEndTest, TheSixMessagesAndThirteenMethodsThroughAvctl) {
+  const char kOn[] = R"({"name":"set_cec_receiver_on_off","args":{"onoff":true}})";
+  const char kOff[] = R"({"name":"set_cec_receiver_on_off","args":{"onoff":false}})";
+  const char kStatus[] = R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})";
+  const char kMovie[] = R"({"name":"set_smart_home_sound_mode","args":{"sound mode":2}})";
+  const char kOk[] = "{\"ok\":true}\n";
+  const char kDone[] = "{\"code\":0,\"result\":{}}\n";
+  const char kRefused[] = "{\"code\":107,\"result\":{}}\n";
+  const struct {
+    const char* command;
+    int exit_code;
+    std::string printed;             // stdout then stderr; a line ending in "..." only starts so
+    const char* received = nullptr;  // what the receiver was asked, if anything
+  } rows[] = {
+      {"invoke SetPowerState device_id=r power_state=on", 0, kDone, kOn},
+      {"invoke GetPowerState device_id=r", 0, "{\"code\":0,\"result\":{\"power_state\":\"on\"}}\n",
+       kStatus},
+      {"invoke SetPowerState device_id=r power_state=On", 0, "{\"code\":105,\"result\":{}}\n"},
+      {"invoke SetPowerState power_state=off", 0, kRefused},
+      {"invoke SetPowerState device_id=r power_state=off", 0, kDone, kOff},
+      {"invoke SetSoundMode device_id=r sound_mode=movie", 0, "{\"code\":105,\"result\":{}}\n"},
+      {"invoke SetSoundMode device_id=r sound_mode=Movie", 0, kDone, kMovie},
+      {"invoke GetSoundMode device_id=r sound_mode=Movie", 0,
+       "{\"code\":0,\"result\":{\"sound_mode\":\"not_supported\"}}\n"},
+      {R"(invoke GetSpeakerVolume --args {"device_id":""})", 0,
+       "{\"code\":0,\"result\":{\"speaker_volume\":0}}\n"},
+      // A volume is an integer: typed it passes, as text or as a double it is refused.
+      {"invoke SetSpeakerVolume device_id=r speaker_volume:=-20", 0, kDone},
+      {"invoke SetSpeakerVolume device_id=r speaker_volume=20", 0, kRefused},
+      {"invoke GetMicVolume device_id=r", 0, "{\"code\":0,\"result\":{\"mic_volume\":0}}\n"},
+      {"invoke SetMicVolume device_id=r mic_volume:=3", 0, kDone},
+      {R"(invoke SetMicVolume --args {"device_id":"r","mic_volume":1.0})", 0, kRefused},
+      {"invoke GetSoundMuteState device_id=r", 0,
+       "{\"code\":0,\"result\":{\"mute_state\":\"not_supported\"}}\n"},
+      {"invoke SetSoundMuteState device_id=r mute_state=muted", 0, kDone},
+      {"invoke GetMicPower device_id=r", 0,
+       "{\"code\":0,\"result\":{\"mic_power\":\"not_supported\"}}\n"},
+      {"invoke GetMicPower device_id:=7", 0, kRefused},
+      {"invoke SetMicPower device_id=r mic_power=off", 0, kDone},
+      {"invoke GetDeviceResources device_id=r", 0,
+       R"({"code":0,"result":{"resources":["Information","Audio","Operation"]}})"
+       "\n"},
+      {"invoke getSpeakerVolume device_id=r", 0, "{\"code\":404,\"result\":{}}\n"},
+      {"--pretty invoke SetMicPower device_id=r", 0, "{\n  \"code\": 107,\n  \"result\": {}\n}\n"},
+      {"--fail-on-code invoke GetMicVolume device_id=r", 0,
+       "{\"code\":0,\"result\":{\"mic_volume\":0}}\n"},
+      {"--fail-on-code invoke SetMicPower device_id=r", 1,
+       std::string(kRefused) + "avctl: SetMicPower answered result code 107\n"},
+      {"invoke GetPowerState device_id:={", 2, "avctl: the value of \"device_id\" is not JSON..."},
+      {"register a b c", 0, kOk},
+      {"unregister a b", 0, kOk},
+      {"rescan", 0, kOk},
+      {"delete --timeout 5000", 0, kOk},
+      {"property tv\"1\"", 0, Record("")},
+      {"discover tv\"1\"", 0, kOk},
+      {"property tv\"1\"", 0, Record("tv\"1\"")},
+      // The last row reaches the receiver: a request sent where none should have been
+      // would come before it.
+      {"invoke GetPowerState device_id=r", 0, "{\"code\":0,\"result\":{\"power_state\":\"off\"}}\n",
+       kStatus},
   };
-  const Row rows[] = {
-      {"SetPowerState", "power_state", "on", "0 {}",
-       R"({"name":"set_cec_receiver_on_off","args":{"onoff":true}})"},
-      {"GetPowerState", nullptr, nullptr, R"(0 {"power_state":"on"})",
-       R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})"},
-      {"SetPowerState", "power_state", "off", "0 {}",
-       R"({"name":"set_cec_receiver_on_off","args":{"onoff":false}})"},
-      {"GetPowerState", nullptr, nullptr, R"(0 {"power_state":"off"})",
-       R"({"name":"get_cec_receiver_power_status","args":{"powerstatus":0}})"},
-      {"SetPowerState", "power_state", "On", "105 {}", nullptr},
-      {"SetSoundMode", "sound_mode", "Movie", "0 {}",
-       R"({"name":"set_smart_home_sound_mode","args":{"sound mode":2}})"},
-      {"SetSoundMode", "sound_mode", "Clear Voice", "105 {}", nullptr},
-      {"GetSoundMode", nullptr, nullptr, R"(0 {"sound_mode":"not_supported"})", nullptr},
-      {"GetSpeakerVolume", nullptr, nullptr, R"(0 {"speaker_volume":0})", nullptr},
-      {"SetSpeakerVolume", "speaker_volume", "loud", "107 {}", nullptr},
-      {"GetMicVolume", nullptr, nullptr, R"(0 {"mic_volume":0})", nullptr},
-      {"GetSoundMuteState", nullptr, nullptr, R"(0 {"mute_state":"not_supported"})", nullptr},
-      {"SetSoundMuteState", "mute_state", "muted", "0 {}", nullptr},
-      {"GetMicPower", nullptr, nullptr, R"(0 {"mic_power":"not_supported"})", nullptr},
-      {"SetMicPower", "mic_power", "off", "0 {}", nullptr},
-      {"GetDeviceResources", nullptr, nullptr,
-       R"(0 {"resources":["Information","Audio","Operation"]})", nullptr},
-      {"GetSpeakerVolume ", nullptr, nullptr, "404 {}", nullptr},
-  };
-  IPC::SyncClient client;
-  Connect(&client);
-  for (const Row& row : rows) {
-    SCOPED_TRACE(std::string(row.method) + (row.value ? std::string(" ") + row.value : ""));
-    base::DictionaryValue args;
-    args.SetString("device_id", "receiver-1");
-    if (row.key)
-      args.SetString(row.key, row.value);
-    EXPECT_EQ(row.reply, Invoke(&client, row.method, args));
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.command);
+    const Outcome outcome = rig_->Avctl(Words(row.command));
+    EXPECT_EQ(row.exit_code, outcome.exit_code);
+    const std::string printed = std::regex_replace(
+        outcome.out + outcome.err, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)"), "<time>");
+    const size_t prefix = row.printed.rfind("...");
+    EXPECT_EQ(row.printed.substr(0, prefix),
+              prefix == std::string::npos ? printed : printed.substr(0, prefix));
     if (row.received) {
       EXPECT_EQ(row.received, rig_->NextSimLine());
     }
   }
-  // Nothing else reached the receiver: the refused requests sent nothing.
-  EXPECT_EQ("<none>", rig_->NextSimLine(milliseconds(300)));
-
-  base::DictionaryValue no_device;
-  no_device.SetString("power_state", "on");
-  EXPECT_EQ("107 {}", Invoke(&client, "SetPowerState", no_device));
 }
 
-TEST_F(EndToEndTest, AvctlDiscoversReadsAndDisconnectsWhileEventsAreWatched) {
-  base::test::ChildProcess events;
-  ASSERT_TRUE(
-      events.Start(TARN_AVCTL_PATH, {"--control", rig_->control(), "events", "--count", "2"}));
-  int exit_code = -1;
-  EXPECT_EQ("{\"ready\":true}\n", rig_->Avctl({"wait", "--subscribers", "1"}, &exit_code));
-  EXPECT_EQ("{\"ok\":true}\n", rig_->Avctl({"discover", "tv \"1\""}, &exit_code));
-  EXPECT_EQ(0, exit_code);
-  const std::string property = rig_->Avctl({"property", "tv \"1\""}, &exit_code);
-  EXPECT_EQ(0, exit_code);
-  EXPECT_EQ(0u, property.find("{\"found\":true,\"device\":{\"device_id\":\"tv \\\"1\\\"\""))
-      << property;
-  EXPECT_NE(std::string::npos, property.find("\"number_21\":30")) << property;
-  EXPECT_EQ("{\"ok\":true}\n", rig_->Avctl({"disconnect", "tv \"1\""}, &exit_code));
-
-  std::string discovered, disconnected;
-  ASSERT_TRUE(events.ReadLine(kTimeout, &discovered));
-  ASSERT_TRUE(events.ReadLine(kTimeout, &disconnected));
-  EXPECT_EQ(R"({"id":35,"data":["tv \"1\"","av_plugin"]})", discovered);
-  EXPECT_EQ(0u, disconnected.find(R"({"id":37,"data":["tv \"1\"","av_plugin",")")) << disconnected;
-  EXPECT_EQ(0, events.Wait(kTimeout));
-
-  EXPECT_EQ("{\"code\":0,\"result\":{\"speaker_volume\":0}}\n",
-            rig_->Avctl({"invoke", "GetSpeakerVolume", "device_id=x"}, &exit_code));
-  EXPECT_EQ(0, exit_code);
-  EXPECT_EQ("{\"ok\":true}\n", rig_->Avctl({"delete"}, &exit_code));
-}
-
-TEST_F(EndToEndTest, MalformedAndUnknownRequestsAreAnsweredAndTheHostKeepsServing) {
-  IPC::SyncClient client;
-  Connect(&client);
-  for (uint32_t type : {0xD47F0024u, 0xD47F0025u, 0x12345678u}) {
-    // Requests without parameters: undecodable for the catalogue's type, unknown otherwise.
-    ASSERT_EQ(IPC::SyncClient::RESULT_OK,
-              client.SendMessage(
-                  new IPC::SyncMessage(0x7FFFFFFF, type, IPC::Message::PRIORITY_NORMAL, nullptr),
-                  kTimeout));
-    std::unique_ptr<IPC::Message> reply;
-    ASSERT_EQ(IPC::SyncClient::RESULT_OK, client.ReceiveMessage(kTimeout, &reply));
-    EXPECT_TRUE(reply->is_reply_error()) << type;
+TEST_F(EndToEndTest, EventFeedsOutwaitTheirTimeOutAndEndQuietlyOnAStopSignal) {
+  const int kSignals[] = {SIGINT, SIGTERM};
+  base::test::ChildProcess feeds[2];
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(feeds[i].Start(TARN_AVCTL_PATH,
+                               {"--control", rig_->control(), "--timeout", "300", "events"},
+                               rig_->Path("events" + std::to_string(i) + ".err")));
   }
-  base::DictionaryValue args;
-  args.SetString("device_id", "x");
-  EXPECT_EQ(R"(0 {"mic_volume":0})", Invoke(&client, "GetMicVolume", args));
+  EXPECT_EQ("{\"ready\":true}\n", rig_->Avctl({"wait", "--subscribers", "2"}).out);
+  // A server that accepts but never greets: avctl gives up on it after its 300 ms, so the
+  // feeds have by then waited longer than their own time-out.
+  const std::string mute_path = rig_->Path("mute.sock");
+  base::SocketFileId mute_file;
+  std::string error;
+  const int mute = base::CreateListeningSocket(mute_path, &mute_file, &error);
+  ASSERT_GE(mute, 0) << error;
+  const Outcome gave_up =
+      RunProgram(TARN_AVCTL_PATH, {"--socket", mute_path, "--timeout", "300", "rescan"},
+                 rig_->Path("mute.err"));
+  base::CloseListeningSocket(mute, mute_path, mute_file);
+  EXPECT_EQ(1, gave_up.exit_code);
+  EXPECT_EQ("avctl: cannot connect to " + mute_path +
+                ": no answer within 300 ms (the server is busy or does not answer)\n",
+            gave_up.err);
 
-  // A frame that breaks the framing rules costs that client its connection; the next
-  // client is served.
-  const unsigned char oversize[20] = {0xFF, 0xFF, 0xFF, 0x7F};
-  client.SendRaw(oversize, sizeof(oversize), kTimeout);
-  std::unique_ptr<IPC::Message> nothing;
-  EXPECT_NE(IPC::SyncClient::RESULT_OK, client.ReceiveMessage(milliseconds(2000), &nothing));
-  client.Close();
-  IPC::SyncClient second;
-  Connect(&second);
-  EXPECT_EQ(R"(0 {"mic_volume":0})", Invoke(&second, "GetMicVolume", args));
-}
-
-TEST(EndToEndShutdownTest, AReceiverThatDoesNotAnswerThenACleanStop) {
-  HostRig rig("mute");
-  ASSERT_TRUE(rig.Start({"--no-reply"}, 500));
-  IPC::SyncClient client;
-  ASSERT_EQ(IPC::SyncClient::RESULT_OK, client.Connect(rig.link(), kTimeout));
-  base::DictionaryValue args;
-  args.SetString("device_id", "x");
-  args.SetString("power_state", "on");
-  EXPECT_EQ("100 {}", Invoke(&client, "SetPowerState", args));
-  EXPECT_EQ(R"({"name":"set_cec_receiver_on_off","args":{"onoff":true}})", rig.NextSimLine());
-  EXPECT_EQ(R"(0 {"speaker_volume":0})", Invoke(&client, "GetSpeakerVolume", args));
-  client.Close();
-
-  ASSERT_TRUE(rig.host().Signal(SIGTERM));
-  EXPECT_EQ(0, rig.host().Wait(kTimeout));
-  EXPECT_FALSE(Exists(rig.link()));
-  EXPECT_FALSE(Exists(rig.control()));
+  EXPECT_EQ("{\"ok\":true}\n", rig_->Avctl({"discover", "tv-2"}).out);
+  EXPECT_EQ("{\"ok\":true}\n", rig_->Avctl({"disconnect", "tv-2"}).out);
+  for (int i = 0; i < 2; ++i) {
+    std::string discovered, disconnected;
+    ASSERT_TRUE(feeds[i].ReadLine(kTimeout, &discovered));
+    ASSERT_TRUE(feeds[i].ReadLine(kTimeout, &disconnected))
+        << ReadFile(rig_->Path("events" + std::to_string(i) + ".err"));
+    EXPECT_EQ(R"({"id":35,"data":["tv-2","av_plugin"]})", discovered);
+    EXPECT_TRUE(std::regex_match(
+        disconnected,
+        std::regex(
+            R"(\{"id":37,"data":\["tv-2","av_plugin","\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"\]\})")))
+        << disconnected;
+    ASSERT_TRUE(feeds[i].Signal(kSignals[i]));
+    EXPECT_EQ(0, feeds[i].Wait(kTimeout)) << kSignals[i];
+    EXPECT_EQ("", feeds[i].ReadRest(kTimeout));
+    EXPECT_EQ("avctl: subscribed to every event\n",
+              ReadFile(rig_->Path("events" + std::to_string(i) + ".err")));
+  }
 }
 
 }  // namespace

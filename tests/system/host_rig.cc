@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -18,12 +19,33 @@ bool Exists(const std::string& path) {
   return lstat(path.c_str(), &info) == 0;
 }
 
-HostRig::HostRig(const std::string& name) {
-  dir_ = "/tmp/tarn-sys-" + std::to_string(getpid()) + "-" + name;
+std::string ReadFile(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+Outcome RunProgram(const std::string& program,
+                   const std::vector<std::string>& arguments,
+                   const std::string& err_path) {
+  Outcome outcome;
+  base::test::ChildProcess child;
+  if (!child.Start(program, arguments, err_path))
+    return outcome;
+  outcome.out = child.ReadRest(kTimeout);
+  outcome.exit_code = child.Wait(kTimeout);
+  outcome.err = ReadFile(err_path);
+  return outcome;
+}
+
+HostRig::HostRig(const std::string& name)
+    // Short: a socket path must fit in 108 bytes.
+    : dir_("/tmp/tarn-sys-" + std::to_string(getpid()) + "-" + name),
+      cec_(dir_ + "/cec.sock"),
+      link_(dir_ + "/link.sock"),
+      control_(dir_ + "/control.sock") {
+  std::filesystem::remove_all(dir_);
   mkdir(dir_.c_str(), 0700);
-  cec_ = dir_ + "/cec.sock";
-  link_ = dir_ + "/link.sock";
-  control_ = dir_ + "/control.sock";
 }
 
 HostRig::~HostRig() {
@@ -31,27 +53,31 @@ HostRig::~HostRig() {
   sim_.Signal(SIGKILL);
   host_.Wait(kTimeout);
   sim_.Wait(kTimeout);
-  for (const std::string& path : {cec_, link_, control_, dir_ + "/config.xml"})
-    unlink(path.c_str());
-  rmdir(dir_.c_str());
+  std::filesystem::remove_all(dir_);
 }
 
-bool HostRig::Start(const std::vector<std::string>& sim_options, int reply_limit_ms) {
-  if (!StartSimulator(sim_options))
+bool HostRig::Start(const Setup& setup) {
+  if (!setup.builtin_receiver && !StartSimulator(setup.sim_options))
     return false;
-  std::ofstream(dir_ + "/config.xml")
-      << "<config>\n"
-      << "  <option name=\"reply_time_limit_ms\" value=\"" << reply_limit_ms << "\"/>\n"
-      << "  <option name=\"min_log_level\" value=\"LOG_ERROR\"/>\n"
-      << "  <component library=\"" << TARN_AV_PLUGIN_PATH << "\">\n"
-      << "    <link channel=\"" << link_ << "\" mode=\"named_server\"/>\n"
-      << "  </component>\n"
-      << "  <application name=\"nimbara.native.cec\" endpoint=\"unix:" << cec_ << "\"/>\n"
-      << "  <control channel=\"" << control_ << "\"/>\n"
-      << "</config>\n";
+  const std::string endpoint = setup.builtin_receiver ? "builtin" : "unix:" + cec_;
+  std::ofstream(config()) << "<config>\n"
+                          << "  <option name=\"reply_time_limit_ms\" value=\""
+                          << setup.reply_limit_ms << "\"/>\n"
+                          << "  <option name=\"min_log_level\" value=\"" << setup.log_level
+                          << "\"/>\n"
+                          << "  <component library=\"" << TARN_AV_PLUGIN_PATH << "\">\n"
+                          << "    <link channel=\"" << link_ << "\" mode=\"named_server\"/>\n"
+                          << "  </component>\n"
+                          << "  <application name=\"nimbara.native.cec\" endpoint=\"" << endpoint
+                          << "\"/>\n"
+                          << "  <control channel=\"" << control_ << "\"/>\n"
+                          << "</config>\n";
+  std::vector<std::string> arguments = {"--config", config()};
+  arguments.insert(arguments.end(), setup.host_options.begin(), setup.host_options.end());
   std::string ready;
-  return host_.Start(TARN_HOST_PATH, {"--config", dir_ + "/config.xml"}) &&
-         host_.ReadLine(kTimeout, &ready) && ready.find("tarn-host: serving") == 0;
+  return host_.Start(TARN_HOST_PATH, arguments, Path("host.log")) &&
+         host_.ReadLine(kTimeout, &ready) &&
+         ready == "tarn-host: serving (link " + link_ + ", control " + control_ + ")";
 }
 
 bool HostRig::StartSimulator(const std::vector<std::string>& sim_options) {
@@ -59,7 +85,7 @@ bool HostRig::StartSimulator(const std::vector<std::string>& sim_options) {
   arguments.insert(arguments.end(), sim_options.begin(), sim_options.end());
   std::string serving;
   return sim_.Start(TARN_CEC_SIM_PATH, arguments) && sim_.ReadLine(kTimeout, &serving) &&
-         serving.find("tarn-cec-sim: serving") == 0;
+         serving == "tarn-cec-sim: serving nimbara.native.cec on " + cec_;
 }
 
 void HostRig::KillSimulator() {
@@ -67,15 +93,10 @@ void HostRig::KillSimulator() {
   sim_.Wait(kTimeout);
 }
 
-std::string HostRig::Avctl(const std::vector<std::string>& arguments, int* exit_code) {
-  base::test::ChildProcess avctl;
+Outcome HostRig::Avctl(const std::vector<std::string>& arguments) {
   std::vector<std::string> all = {"--socket", link_, "--control", control_};
   all.insert(all.end(), arguments.begin(), arguments.end());
-  if (!avctl.Start(TARN_AVCTL_PATH, all))
-    return "<not started>";
-  const std::string out = avctl.ReadRest(kTimeout);
-  *exit_code = avctl.Wait(kTimeout);
-  return out;
+  return RunProgram(TARN_AVCTL_PATH, all, Path("avctl.err"));
 }
 
 std::string HostRig::NextSimLine(std::chrono::milliseconds wait) {

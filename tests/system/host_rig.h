@@ -1,6 +1,6 @@
-// Test helper for system tests: tarn-host loading the AV plugin from the build tree, with
-// tarn-cec-sim as the receiver behind the TV application framework's socket, each on
-// sockets of their own in a private folder; and the device layer's side as an IPC client.
+// Test helper for system tests: the programs of the build tree run as users run them, each
+// rig in a private folder of its own. tarn-host loads the AV plugin, with tarn-cec-sim or its
+// built-in receiver behind the TV application framework's socket; avctl runs against it.
 
 #ifndef TESTS_SYSTEM_HOST_RIG_H_
 #define TESTS_SYSTEM_HOST_RIG_H_
@@ -19,27 +19,47 @@ namespace system_test {
 const std::chrono::milliseconds kTimeout(10000);
 
 bool Exists(const std::string& path);
+std::string ReadFile(const std::string& path);
+
+// How a program ended and what it wrote.
+struct Outcome {
+  int exit_code = -1;
+  std::string out;
+  std::string err;
+};
+
+// Runs |program| with |arguments| to its end; its stderr passes through |err_path|.
+Outcome RunProgram(const std::string& program,
+                   const std::vector<std::string>& arguments,
+                   const std::string& err_path);
 
 class HostRig {
  public:
-  // |name| tells the rig's folder from other rigs of the same test.
+  struct Setup {
+    bool builtin_receiver = false;         // else tarn-cec-sim with |sim_options|
+    std::vector<std::string> sim_options;  // after --socket
+    int reply_limit_ms = 3000;             // the framework's reply time limit
+    std::string log_level = "LOG_ERROR";
+    std::vector<std::string> host_options;  // after --config
+  };
+
+  // |name| tells the rig's folder from other rigs of the same test program.
   explicit HostRig(const std::string& name);
   // Kills what still runs and removes the folder.
   ~HostRig();
   HostRig(const HostRig&) = delete;
   HostRig& operator=(const HostRig&) = delete;
 
-  // Starts the simulator with |sim_options| and the host with a framework reply time limit
-  // of |reply_limit_ms|; true once the host says it serves.
-  bool Start(const std::vector<std::string>& sim_options, int reply_limit_ms);
-
-  // Starts the simulator (again) with |sim_options|; true once it listens.
+  // Writes the host's configuration, starts the receiver and the host; true once the host
+  // says it serves.
+  bool Start(const Setup& setup);
+  // Starts the simulator (again) with |sim_options|; true once it says it serves.
   bool StartSimulator(const std::vector<std::string>& sim_options);
   // Kills the simulator at once, leaving its socket file behind.
   void KillSimulator();
 
-  // Runs avctl against this rig; its stdout, and its exit code in |*exit_code|.
-  std::string Avctl(const std::vector<std::string>& arguments, int* exit_code);
+  // Runs avctl with this rig's link and control channel.
+  Outcome Avctl(const std::vector<std::string>& arguments);
 
   // The next request line the simulator prints, without its time, or "<none>" when none
   // comes within |wait|; outcome lines on the way are skipped.
@@ -50,8 +70,14 @@ class HostRig {
   // The host's resident memory in KiB, from /proc; -1 when it cannot be read.
   long HostResidentKib();
 
+  // The rig's folder, and a path in it.
+  const std::string& dir() const { return dir_; }
+  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
   const std::string& link() const { return link_; }
   const std::string& control() const { return control_; }
+  std::string config() const { return Path("config.xml"); }
+  // What the host wrote to stderr so far.
+  std::string HostLog() const { return ReadFile(Path("host.log")); }
   base::test::ChildProcess& host() { return host_; }
 
  private:

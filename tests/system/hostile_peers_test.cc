@@ -119,7 +119,9 @@ class HostilePeersTest : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     rig_ = new HostRig("hostile");
-    ASSERT_TRUE(rig_->Start({}, 1000));
+    HostRig::Setup setup;
+    setup.reply_limit_ms = 1000;
+    ASSERT_TRUE(rig_->Start(setup));
   }
   static void TearDownTestSuite() {
     delete rig_;
@@ -142,10 +144,8 @@ TEST_F(HostilePeersTest, AnIdlePeerHoldsNobodyUp) {
   RawPeer idle(rig_->link());
   ASSERT_TRUE(idle.connected());
   EXPECT_TRUE(AnotherClientIsServed());
-  int exit_code = -1;
-  EXPECT_EQ(
-      "{\"code\":0,\"result\":{\"speaker_volume\":0}}\n",
-      rig_->Avctl({"--timeout", "2000", "invoke", "GetSpeakerVolume", "device_id=x"}, &exit_code));
+  EXPECT_EQ("{\"code\":0,\"result\":{\"speaker_volume\":0}}\n",
+            rig_->Avctl({"--timeout", "2000", "invoke", "GetSpeakerVolume", "device_id=x"}).out);
 }
 
 TEST_F(HostilePeersTest, APeerThatNeverReadsCostsABoundedAmountOfMemory) {
@@ -206,20 +206,25 @@ TEST_F(HostilePeersTest, PeersThatBreakTheFramingLoseOnlyTheirOwnConnections) {
 
 TEST(HostilePeersLateTest, ARequestTheReceiverAnswersLateIsNeverCarriedOut) {
   HostRig rig("late");
-  ASSERT_TRUE(rig.Start({"--delay-ms", "1000"}, 200));
+  HostRig::Setup setup;
+  setup.sim_options = {"--delay-ms", "1000"};
+  setup.reply_limit_ms = 200;
+  ASSERT_TRUE(rig.Start(setup));
   IPC::SyncClient client;
   ASSERT_EQ(IPC::SyncClient::RESULT_OK, client.Connect(rig.link(), kTimeout));
   EXPECT_EQ("100 {}", Invoke(&client, "SetPowerState", *Args("x", "power_state", "on")));
   EXPECT_EQ(R"({"name":"set_cec_receiver_on_off","args":{"onoff":true}})", rig.NextSimLine());
   // The device layer was told it failed, so the receiver must not switch on afterwards.
-  EXPECT_EQ(
-      R"({"late":true,"reply":null,"fault":"none","state":{"power":"off","sound_mode":0}})",
-      rig.NextSimOutcome());
+  EXPECT_EQ(R"({"late":true,"reply":null,"fault":"none","state":{"power":"off","sound_mode":0}})",
+            rig.NextSimOutcome());
 }
 
 TEST(HostilePeersRestartTest, ASimulatorKilledMidExchangeFailsThatRequestAndIsServedOnceBack) {
   HostRig rig("restart");
-  ASSERT_TRUE(rig.Start({"--delay-ms", "60000"}, 30000));
+  HostRig::Setup setup;
+  setup.sim_options = {"--delay-ms", "60000"};
+  setup.reply_limit_ms = 30000;
+  ASSERT_TRUE(rig.Start(setup));
   IPC::SyncClient client;
   ASSERT_EQ(IPC::SyncClient::RESULT_OK, client.Connect(rig.link(), kTimeout));
   std::string reply;

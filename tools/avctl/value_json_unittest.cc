@@ -57,15 +57,6 @@ TEST(ValueJsonTest, EveryKindOfValueRoundTrips) {
   }
 }
 
-TEST(ValueJsonTest, NestingIsLimitedLikeTheWireEncoding) {
-  // The top-level value is at level 0; level 100 is the deepest the IPC reader takes.
-  base::Value::Type type;
-  const std::string deepest = std::string(101, '[') + std::string(101, ']');
-  EXPECT_EQ(deepest, RoundTrip(deepest, &type));
-  const std::string deeper = std::string(102, '[') + std::string(102, ']');
-  EXPECT_EQ("<refused: values nest deeper than 100 levels>", RoundTrip(deeper, &type));
-}
-
 TEST(ValueJsonTest, WhatHasNoFormOnTheOtherSideIsRefused) {
   std::string error;
   EXPECT_FALSE(ValueFromJson(Json::binary({1, 2}), &error));

@@ -127,16 +127,20 @@ TEST_F(ControlClientTest, ForwardsEachSubscribedEventOnce) {
 
 TEST_F(ControlClientTest, NothingIsSentOnceDetachReturns) {
   EXPECT_TRUE(Subscribe(-1));
+  std::atomic<int> published{0};
   std::atomic<bool> stop{false};
-  std::thread publisher([&stop] {
-    while (!stop.load())
+  std::thread publisher([&] {
+    for (; !stop.load(); ++published)
       Publish(35, {"tv-1", "av_plugin"});
   });
   while (channel_.Take().empty())
     std::this_thread::yield();
   client_.Detach();        // while an event may be on its way to the channel
   channel_.closed = true;  // a Send from here on fails the test
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  // A hundred more events published after Detach returned.
+  const int detached_at = published.load();
+  while (published.load() < detached_at + 100)
+    std::this_thread::yield();
   stop = true;
   publisher.join();
   channel_.Take();  // what was sent before Detach
@@ -144,7 +148,6 @@ TEST_F(ControlClientTest, NothingIsSentOnceDetachReturns) {
   bool subscribed = false;
   ControlMsg_Subscribe request(35, &subscribed);
   EXPECT_FALSE(Exchange(request));  // a detached client answers nothing
-  Publish(35, {"tv-1", "av_plugin"});
 }
 
 }  // namespace
