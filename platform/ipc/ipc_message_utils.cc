@@ -66,6 +66,19 @@ bool ReadSimpleValue(const Message* m, PickleIterator* iter, std::unique_ptr<bas
   return true;
 }
 
+// Reads the content of a |Container| at |depth| into a new one.
+template <class Container>
+bool ReadContainerValue(const Message* m,
+                        PickleIterator* iter,
+                        int depth,
+                        std::unique_ptr<base::Value>* value) {
+  std::unique_ptr<Container> container(new Container);
+  if (!ReadContent(m, iter, depth, container.get()))
+    return false;
+  value->reset(container.release());
+  return true;
+}
+
 bool ReadValue(const Message* m,
                PickleIterator* iter,
                int depth,
@@ -95,20 +108,10 @@ bool ReadValue(const Message* m,
       value->reset(base::BinaryValue::CreateWithCopiedBuffer(data, static_cast<size_t>(length)));
       return true;
     }
-    case base::Value::TYPE_DICTIONARY: {
-      std::unique_ptr<base::DictionaryValue> dict(new base::DictionaryValue);
-      if (!ReadContent(m, iter, depth, dict.get()))
-        return false;
-      value->reset(dict.release());
-      return true;
-    }
-    case base::Value::TYPE_LIST: {
-      std::unique_ptr<base::ListValue> list(new base::ListValue);
-      if (!ReadContent(m, iter, depth, list.get()))
-        return false;
-      value->reset(list.release());
-      return true;
-    }
+    case base::Value::TYPE_DICTIONARY:
+      return ReadContainerValue<base::DictionaryValue>(m, iter, depth, value);
+    case base::Value::TYPE_LIST:
+      return ReadContainerValue<base::ListValue>(m, iter, depth, value);
     default:
       return false;
   }
