@@ -9,7 +9,6 @@
 #include "event/event.h"
 #include "event/event_manager.h"
 #include "ipc/ipc_sync_message.h"
-#include "ipc/pickle.h"
 #include "tools/control/control_messages.h"
 #include "tools/tarn-host/control_server.h"
 #include "tools/tarn-host/method_invoker.h"
@@ -21,19 +20,6 @@ namespace {
 
 // Stands for every event id among a client's subscriptions.
 const int kAllEvents = ControlMsg_Subscribe::kAllEvents;
-
-// The strings of an event's pickled payload, in order, up to the first entry that is not
-// one.
-std::vector<std::string> PayloadStrings(const evt::Event& event) {
-  const std::string& data = event.data();
-  Pickle pickle(data.data(), static_cast<int>(data.size()));
-  PickleIterator iter(pickle);
-  std::vector<std::string> strings;
-  std::string text;
-  while (iter.ReadString(&text))
-    strings.push_back(text);
-  return strings;
-}
 
 }  // namespace
 
@@ -205,7 +191,7 @@ void ControlClient::ForwardEvent(const evt::Event& event) {
       return;
     }
   }
-  Send(new ControlMsg_Event(event.id(), PayloadStrings(event)));
+  Send(new ControlMsg_Event(event.id(), event.ReadStrings()));
 }
 
 }  // namespace tarn_host
