@@ -47,14 +47,30 @@ TEST_F(LoggingTest, LineHasTheHeaderThenTheMessageAsStreamed) {
   EXPECT_EQ("  two blanks7\n", g_captured.str.substr(g_captured.message_start));
 }
 
-TEST_F(LoggingTest, SeverityNames) {
-  const std::pair<LogSeverity, const char*> rows[] = {
-      {LOG_VERBOSE, "VERBOSE"},           {LOG_INFO, "INFO"},
-      {LOG_WARNING, "WARNING"},           {LOG_ERROR, "ERROR"},
-      {LOG_ERROR_REPORT, "ERROR_REPORT"}, {LOG_FATAL, "FATAL"},
+TEST_F(LoggingTest, SeverityNamesInLinesAndInConfigurations) {
+  const struct {
+    LogSeverity severity;
+    const char* name;
+    const char* config_name;
+  } rows[] = {
+      {LOG_VERBOSE, "VERBOSE", "LOG_VERBOSE"},
+      {LOG_INFO, "INFO", "LOG_INFO"},
+      {LOG_WARNING, "WARNING", "LOG_WARNING"},
+      {LOG_ERROR, "ERROR", "LOG_ERROR"},
+      {LOG_ERROR_REPORT, "ERROR_REPORT", "LOG_ERROR_REPORT"},
+      {LOG_FATAL, "FATAL", "LOG_FATAL"},
   };
-  for (const auto& row : rows)
-    EXPECT_STREQ(row.second, LogSeverityName(row.first));
+  for (const auto& row : rows) {
+    EXPECT_STREQ(row.name, LogSeverityName(row.severity));
+    LogSeverity read = 99;
+    EXPECT_TRUE(SeverityFromName(row.config_name, &read)) << row.config_name;
+    EXPECT_EQ(row.severity, read);
+  }
+  for (const char* name : {"", "INFO", "log_info", "LOG_INFO ", " LOG_INFO", "LOG_UNKNOWN", "0"}) {
+    LogSeverity read = 99;
+    EXPECT_FALSE(SeverityFromName(name, &read)) << name;
+    EXPECT_EQ(99, read);
+  }
 }
 
 int g_evaluations = 0;
