@@ -1,5 +1,25 @@
 #include "tools/control/control_messages.h"
 
+namespace control {
+
+const char* InvokeStatusText(int status) {
+  switch (status) {
+    case kInvokeOk:
+      return "ok";
+    case kInvokeNoSuchMethod:
+      return "no such method is registered";
+    case kInvokeBadSignature:
+      return "the method does not take one string and answer a bool";
+    case kInvokeNoInstance:
+      return "the class has no GetInstance giving the object";
+    case kInvokeBadRequest:
+      return "the request was incomplete";
+  }
+  return "unknown status";
+}
+
+}  // namespace control
+
 ControlMsg_InvokeMethod::ControlMsg_InvokeMethod(const std::string& component,
                                                  const std::string& class_name,
                                                  const std::string& method,

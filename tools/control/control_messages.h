@@ -36,6 +36,10 @@ enum InvokeStatus {
   kInvokeBadRequest = 4,    // the request lacks one of its four strings
 };
 
+// What |status|, an InvokeStatus or any other number from the wire, says to a reader:
+// "ok", "no such method is registered", ..., "unknown status".
+const char* InvokeStatusText(int status);
+
 }  // namespace control
 
 // Invokes a registered "bool (std::string)" member method. The request is a dictionary of
