@@ -274,6 +274,14 @@ class SyncMessageSchema {
     return ReadParam(msg, &iter, p);
   }
 
+  // Decodes the request |msg| and answers it as DispatchWithSendParams does.
+  template <class T, class S, class Method>
+  static bool Dispatch(const Message* msg, T* obj, S* sender, Method func) {
+    SendParam send_params;
+    const bool ok = ReadSendParam(msg, &send_params);
+    return DispatchWithSendParams(ok, send_params, msg, obj, sender, func);
+  }
+
   // Answers the request |msg| whose parameters were decoded into |send_params| (|ok| says
   // whether that succeeded). Creates the reply; when |ok|, calls (obj->*func) with a const
   // reference to each send parameter and a pointer to each element of a default-constructed

@@ -81,27 +81,16 @@ void ControlClient::OnChannelConnected(int32_t peer_pid) {
 
 void ControlClient::Dispatch(const IPC::Message& message) {
   switch (message.type()) {
-    case ControlMsg_InvokeMethod::ID: {
-      ControlMsg_InvokeMethod::SendParam params;
-      const bool ok = ControlMsg_InvokeMethod::ReadSendParam(&message, &params);
-      ControlMsg_InvokeMethod::Schema::DispatchWithSendParams(ok, params, &message, this, this,
-                                                              &ControlClient::OnInvokeMethod);
+    case ControlMsg_InvokeMethod::ID:
+      ControlMsg_InvokeMethod::Schema::Dispatch(&message, this, this,
+                                                &ControlClient::OnInvokeMethod);
       return;
-    }
-    case ControlMsg_Subscribe::ID: {
-      ControlMsg_Subscribe::SendParam params;
-      const bool ok = ControlMsg_Subscribe::ReadSendParam(&message, &params);
-      ControlMsg_Subscribe::Schema::DispatchWithSendParams(ok, params, &message, this, this,
-                                                           &ControlClient::OnSubscribe);
+    case ControlMsg_Subscribe::ID:
+      ControlMsg_Subscribe::Schema::Dispatch(&message, this, this, &ControlClient::OnSubscribe);
       return;
-    }
-    case ControlMsg_Status::ID: {
-      ControlMsg_Status::SendParam params;
-      const bool ok = ControlMsg_Status::ReadSendParam(&message, &params);
-      ControlMsg_Status::Schema::DispatchWithSendParams(ok, params, &message, this, this,
-                                                        &ControlClient::OnStatus);
+    case ControlMsg_Status::ID:
+      ControlMsg_Status::Schema::Dispatch(&message, this, this, &ControlClient::OnStatus);
       return;
-    }
     default: {
       LOG_AT(logging::LOG_WARNING) << "Control client sent a request of unknown type "
                                    << message.type() << "; answered with an error";
