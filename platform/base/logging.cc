@@ -51,6 +51,16 @@ const char* LogSeverityName(LogSeverity severity) {
   return kSeverityNames[severity];
 }
 
+bool SeverityFromName(const std::string& name, LogSeverity* severity) {
+  for (LogSeverity candidate = LOG_VERBOSE; candidate < LOG_NUM_SEVERITIES; ++candidate) {
+    if (name == std::string("LOG_") + LogSeverityName(candidate)) {
+      *severity = candidate;
+      return true;
+    }
+  }
+  return false;
+}
+
 void SetLogMessageHandler(LogMessageHandlerFunction handler) {
   g_log_message_handler.store(handler);
 }

@@ -39,6 +39,10 @@ void SetMinLogLevel(int level);
 // The severity's name as it appears in a line: "INFO", "ERROR", ...
 const char* LogSeverityName(LogSeverity severity);
 
+// The severity a configuration names by its constant, "LOG_VERBOSE" to "LOG_FATAL": "LOG_"
+// and its LogSeverityName, exactly. False for any other name, leaving |*severity| alone.
+bool SeverityFromName(const std::string& name, LogSeverity* severity);
+
 // A handler sees every written line: |str| is the whole line with its header and final
 // newline, and the message starts at |message_start|. Returning true takes the line, so
 // it is not written to stderr. The handler may be called from any thread.

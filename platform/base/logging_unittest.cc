@@ -47,14 +47,24 @@ TEST_F(LoggingTest, LineHasTheHeaderThenTheMessageAsStreamed) {
   EXPECT_EQ("  two blanks7\n", g_captured.str.substr(g_captured.message_start));
 }
 
-TEST_F(LoggingTest, SeverityNames) {
+// A configuration names a severity "LOG_" and its name in a line.
+TEST_F(LoggingTest, SeverityNamesInLinesAndInConfigurations) {
   const std::pair<LogSeverity, const char*> rows[] = {
       {LOG_VERBOSE, "VERBOSE"},           {LOG_INFO, "INFO"},
       {LOG_WARNING, "WARNING"},           {LOG_ERROR, "ERROR"},
       {LOG_ERROR_REPORT, "ERROR_REPORT"}, {LOG_FATAL, "FATAL"},
   };
-  for (const auto& row : rows)
+  for (const auto& row : rows) {
     EXPECT_STREQ(row.second, LogSeverityName(row.first));
+    LogSeverity read = 99;
+    EXPECT_TRUE(SeverityFromName(std::string("LOG_") + row.second, &read)) << row.second;
+    EXPECT_EQ(row.first, read);
+  }
+  for (const char* name : {"", "INFO", "log_info", "LOG_INFO ", " LOG_INFO", "LOG_UNKNOWN", "0"}) {
+    LogSeverity read = 99;
+    EXPECT_FALSE(SeverityFromName(name, &read)) << name;
+    EXPECT_EQ(99, read);
+  }
 }
 
 int g_evaluations = 0;

@@ -4,6 +4,7 @@
 #define EVENT_EVENT_H_
 
 #include <string>
+#include <vector>
 
 class Pickle;
 
@@ -24,6 +25,11 @@ class Event {
 
   // The payload as set by SetData(); empty until then.
   const std::string& data() const { return data_; }
+
+  // The payload read as a pickle of strings: the strings in order, up to the first entry
+  // that is not one. The events of device discovery and disconnection carry their device's
+  // strings this way.
+  std::vector<std::string> ReadStrings() const;
 
  private:
   const int id_;

@@ -11,21 +11,11 @@
 namespace evt {
 namespace {
 
-std::vector<std::string> ReadStrings(const Event& event) {
-  Pickle pickle(event.data().data(), static_cast<int>(event.data().size()));
-  PickleIterator iter(pickle);
-  std::vector<std::string> strings;
-  std::string text;
-  while (iter.ReadString(&text))
-    strings.push_back(text);
-  return strings;
-}
-
 TEST(EventManagerTest, SubscribersReceiveTheirIdsInOrderBeforePublishReturns) {
   EventManager* bus = EventManager::GetInstance();
   std::vector<std::string> seen;
   const int first = bus->Subscribe(35, [&](const Event& e) {
-    seen.push_back("first:" + std::to_string(e.id()) + ":" + ReadStrings(e).at(0));
+    seen.push_back("first:" + std::to_string(e.id()) + ":" + e.ReadStrings().at(0));
   });
   const int all = bus->Subscribe(EventManager::kAllEvents, [&](const Event& e) {
     seen.push_back("all:" + std::to_string(e.id()));
@@ -41,7 +31,7 @@ TEST(EventManagerTest, SubscribersReceiveTheirIdsInOrderBeforePublishReturns) {
   EXPECT_TRUE(bus->PublishEvent(event.get()));
   const std::vector<std::string> expected = {"first:35:tv-1", "all:35"};
   EXPECT_EQ(expected, seen);
-  EXPECT_EQ((std::vector<std::string>{"tv-1", "av_plugin"}), ReadStrings(*event));
+  EXPECT_EQ((std::vector<std::string>{"tv-1", "av_plugin"}), event->ReadStrings());
 
   for (int handle : {first, all, other})
     bus->Unsubscribe(handle);

@@ -28,10 +28,8 @@ bool ReadCount(PickleIterator* iter, size_t min_entry_size, int* count) {
   return static_cast<size_t>(*count) <= iter->RemainingBytes() / min_entry_size;
 }
 
-bool ReadDictionaryContent(const Message* m,
-                           PickleIterator* iter,
-                           int depth,
-                           base::DictionaryValue* dict) {
+// The content of a dictionary or a list at |depth|, after its type id.
+bool ReadContent(const Message* m, PickleIterator* iter, int depth, base::DictionaryValue* dict) {
   int count;
   if (!ReadCount(iter, kMinDictionaryEntrySize, &count))
     return false;
@@ -45,7 +43,7 @@ bool ReadDictionaryContent(const Message* m,
   return true;
 }
 
-bool ReadListContent(const Message* m, PickleIterator* iter, int depth, base::ListValue* list) {
+bool ReadContent(const Message* m, PickleIterator* iter, int depth, base::ListValue* list) {
   int count;
   if (!ReadCount(iter, kMinListElementSize, &count))
     return false;
@@ -55,6 +53,29 @@ bool ReadListContent(const Message* m, PickleIterator* iter, int depth, base::Li
       return false;
     list->Append(value.release());
   }
+  return true;
+}
+
+// Reads a |T| with its ParamTraits into a new |ValueType|.
+template <class T, class ValueType>
+bool ReadSimpleValue(const Message* m, PickleIterator* iter, std::unique_ptr<base::Value>* value) {
+  T t;
+  if (!ReadParam(m, iter, &t))
+    return false;
+  value->reset(new ValueType(t));
+  return true;
+}
+
+// Reads the content of a |Container| at |depth| into a new one.
+template <class Container>
+bool ReadContainerValue(const Message* m,
+                        PickleIterator* iter,
+                        int depth,
+                        std::unique_ptr<base::Value>* value) {
+  std::unique_ptr<Container> container(new Container);
+  if (!ReadContent(m, iter, depth, container.get()))
+    return false;
+  value->reset(container.release());
   return true;
 }
 
@@ -71,34 +92,14 @@ bool ReadValue(const Message* m,
     case base::Value::TYPE_NULL:
       value->reset(base::Value::CreateNullValue());
       return true;
-    case base::Value::TYPE_BOOLEAN: {
-      bool b;
-      if (!iter->ReadBool(&b))
-        return false;
-      value->reset(base::Value::CreateBooleanValue(b));
-      return true;
-    }
-    case base::Value::TYPE_INTEGER: {
-      int i;
-      if (!iter->ReadInt(&i))
-        return false;
-      value->reset(base::Value::CreateIntegerValue(i));
-      return true;
-    }
-    case base::Value::TYPE_DOUBLE: {
-      double d;
-      if (!ParamTraits<double>::Read(m, iter, &d))
-        return false;
-      value->reset(base::Value::CreateDoubleValue(d));
-      return true;
-    }
-    case base::Value::TYPE_STRING: {
-      std::string s;
-      if (!iter->ReadString(&s))
-        return false;
-      value->reset(base::Value::CreateStringValue(s));
-      return true;
-    }
+    case base::Value::TYPE_BOOLEAN:
+      return ReadSimpleValue<bool, base::FundamentalValue>(m, iter, value);
+    case base::Value::TYPE_INTEGER:
+      return ReadSimpleValue<int, base::FundamentalValue>(m, iter, value);
+    case base::Value::TYPE_DOUBLE:
+      return ReadSimpleValue<double, base::FundamentalValue>(m, iter, value);
+    case base::Value::TYPE_STRING:
+      return ReadSimpleValue<std::string, base::StringValue>(m, iter, value);
     case base::Value::TYPE_BINARY: {
       const char* data;
       int length;
@@ -107,20 +108,10 @@ bool ReadValue(const Message* m,
       value->reset(base::BinaryValue::CreateWithCopiedBuffer(data, static_cast<size_t>(length)));
       return true;
     }
-    case base::Value::TYPE_DICTIONARY: {
-      std::unique_ptr<base::DictionaryValue> dict(new base::DictionaryValue);
-      if (!ReadDictionaryContent(m, iter, depth, dict.get()))
-        return false;
-      value->reset(dict.release());
-      return true;
-    }
-    case base::Value::TYPE_LIST: {
-      std::unique_ptr<base::ListValue> list(new base::ListValue);
-      if (!ReadListContent(m, iter, depth, list.get()))
-        return false;
-      value->reset(list.release());
-      return true;
-    }
+    case base::Value::TYPE_DICTIONARY:
+      return ReadContainerValue<base::DictionaryValue>(m, iter, depth, value);
+    case base::Value::TYPE_LIST:
+      return ReadContainerValue<base::ListValue>(m, iter, depth, value);
     default:
       return false;
   }
@@ -190,15 +181,11 @@ void AppendJson(const base::Value& value, std::string* l) {
 
 }  // namespace
 
-void ParamTraits<bool>::Log(const param_type& p, std::string* l) {
+void LogPrimitive(bool p, std::string* l) {
   l->append(p ? "true" : "false");
 }
 
-void ParamTraits<int>::Log(const param_type& p, std::string* l) {
-  l->append(std::to_string(p));
-}
-
-void ParamTraits<uint16_t>::Log(const param_type& p, std::string* l) {
+void LogPrimitive(int p, std::string* l) {
   l->append(std::to_string(p));
 }
 
@@ -233,39 +220,29 @@ void ParamTraits<base::Value>::Log(const param_type& p, std::string* l) {
   AppendJson(p, l);
 }
 
-void ParamTraits<base::DictionaryValue>::Write(Message* m, const param_type& p) {
+template <class Container>
+void ContainerValueParamTraits<Container>::Write(Message* m, const param_type& p) {
   WriteValue(m, p);
 }
 
-bool ParamTraits<base::DictionaryValue>::Read(const Message* m,
-                                              PickleIterator* iter,
-                                              param_type* r) {
+template <class Container>
+bool ContainerValueParamTraits<Container>::Read(const Message* m,
+                                                PickleIterator* iter,
+                                                param_type* r) {
   int type;
-  if (!iter->ReadInt(&type) || type != base::Value::TYPE_DICTIONARY)
+  if (!iter->ReadInt(&type) || type != r->GetType())
     return false;
   r->Clear();
-  return ReadDictionaryContent(m, iter, 0, r);
+  return ReadContent(m, iter, 0, r);
 }
 
-void ParamTraits<base::DictionaryValue>::Log(const param_type& p, std::string* l) {
+template <class Container>
+void ContainerValueParamTraits<Container>::Log(const param_type& p, std::string* l) {
   AppendJson(p, l);
 }
 
-void ParamTraits<base::ListValue>::Write(Message* m, const param_type& p) {
-  WriteValue(m, p);
-}
-
-bool ParamTraits<base::ListValue>::Read(const Message* m, PickleIterator* iter, param_type* r) {
-  int type;
-  if (!iter->ReadInt(&type) || type != base::Value::TYPE_LIST)
-    return false;
-  r->Clear();
-  return ReadListContent(m, iter, 0, r);
-}
-
-void ParamTraits<base::ListValue>::Log(const param_type& p, std::string* l) {
-  AppendJson(p, l);
-}
+template struct ContainerValueParamTraits<base::DictionaryValue>;
+template struct ContainerValueParamTraits<base::ListValue>;
 
 void LogDeserializationFailure(uint32_t type) {
   // Reported as a failed assertion from this file, but the process goes on.

@@ -1,8 +1,9 @@
 // How parameters travel in IPC messages: IPC::ParamTraits<T> writes a T into a message,
 // reads it back from a PickleIterator and renders it for logs. On top of them, the
 // deserializer that fills a synchronous request's out-variables from its reply
-// (ParamDeserializer) and the schema of a synchronous message (SyncMessageSchema): how its
-// request and reply are read and written, and how a request is dispatched to its handler.
+// (ParamDeserializer), the schema of a synchronous message (SyncMessageSchema): how its
+// request and reply are read and written, and how a request is dispatched to its handler,
+// and the base of a synchronous message type of its own (TypedSyncMessage).
 
 #ifndef IPC_IPC_MESSAGE_UTILS_H_
 #define IPC_IPC_MESSAGE_UTILS_H_
@@ -44,40 +45,33 @@ inline void LogParam(const P& p, std::string* l) {
 
 // Primitive types ------------------------------------------------------------
 
-template <>
-struct ParamTraits<bool> {
-  typedef bool param_type;
-  // An int, 1 or 0.
-  static void Write(Message* m, const param_type& p) { m->WriteBool(p); }
+// "true" or "false"; an int or a uint16_t in decimal.
+void LogPrimitive(bool p, std::string* l);
+void LogPrimitive(int p, std::string* l);
+
+// A type that the pickle writes and reads itself, with |WriteFn| and |ReadFn|.
+template <class T, bool (Pickle::*WriteFn)(T), bool (PickleIterator::*ReadFn)(T*)>
+struct PrimitiveParamTraits {
+  typedef T param_type;
+  static void Write(Message* m, const param_type& p) { (m->*WriteFn)(p); }
   static bool Read(const Message* m, PickleIterator* iter, param_type* r) {
-    return iter->ReadBool(r);
+    return (iter->*ReadFn)(r);
   }
-  // "true" or "false".
-  static void Log(const param_type& p, std::string* l);
+  static void Log(const param_type& p, std::string* l) { LogPrimitive(p, l); }
 };
 
+// An int, 1 or 0.
 template <>
-struct ParamTraits<int> {
-  typedef int param_type;
-  static void Write(Message* m, const param_type& p) { m->WriteInt(p); }
-  static bool Read(const Message* m, PickleIterator* iter, param_type* r) {
-    return iter->ReadInt(r);
-  }
-  // Decimal.
-  static void Log(const param_type& p, std::string* l);
-};
+struct ParamTraits<bool>
+    : PrimitiveParamTraits<bool, &Pickle::WriteBool, &PickleIterator::ReadBool> {};
 
 template <>
-struct ParamTraits<uint16_t> {
-  typedef uint16_t param_type;
-  // Its 2 bytes.
-  static void Write(Message* m, const param_type& p) { m->WriteUInt16(p); }
-  static bool Read(const Message* m, PickleIterator* iter, param_type* r) {
-    return iter->ReadUInt16(r);
-  }
-  // Decimal.
-  static void Log(const param_type& p, std::string* l);
-};
+struct ParamTraits<int> : PrimitiveParamTraits<int, &Pickle::WriteInt, &PickleIterator::ReadInt> {};
+
+// Its 2 bytes.
+template <>
+struct ParamTraits<uint16_t>
+    : PrimitiveParamTraits<uint16_t, &Pickle::WriteUInt16, &PickleIterator::ReadUInt16> {};
 
 template <>
 struct ParamTraits<double> {
@@ -123,25 +117,25 @@ struct ParamTraits<base::Value> {
   static void Log(const param_type& p, std::string* l);
 };
 
-template <>
-struct ParamTraits<base::DictionaryValue> {
-  typedef base::DictionaryValue param_type;
+// A dictionary or a list. Read replaces the content of |*r| and refuses a value of any
+// other type; on failure |*r| holds what was read before it. Logged as compact JSON.
+template <class Container>
+struct ContainerValueParamTraits {
+  typedef Container param_type;
   static void Write(Message* m, const param_type& p);
-  // Replaces the content of |*r|. Refuses a value of any other type. On failure |*r| holds
-  // what was read before it.
   static bool Read(const Message* m, PickleIterator* iter, param_type* r);
-  // Compact JSON.
   static void Log(const param_type& p, std::string* l);
 };
 
+// Defined in ipc_message_utils.cc for these two.
+extern template struct ContainerValueParamTraits<base::DictionaryValue>;
+extern template struct ContainerValueParamTraits<base::ListValue>;
+
 template <>
-struct ParamTraits<base::ListValue> {
-  typedef base::ListValue param_type;
-  static void Write(Message* m, const param_type& p);
-  // As for a dictionary.
-  static bool Read(const Message* m, PickleIterator* iter, param_type* r);
-  static void Log(const param_type& p, std::string* l);
-};
+struct ParamTraits<base::DictionaryValue> : ContainerValueParamTraits<base::DictionaryValue> {};
+
+template <>
+struct ParamTraits<base::ListValue> : ContainerValueParamTraits<base::ListValue> {};
 
 // Tuples: their elements one after another; rendered joined by ", " --------------------
 
@@ -280,6 +274,14 @@ class SyncMessageSchema {
     return ReadParam(msg, &iter, p);
   }
 
+  // Decodes the request |msg| and answers it as DispatchWithSendParams does.
+  template <class T, class S, class Method>
+  static bool Dispatch(const Message* msg, T* obj, S* sender, Method func) {
+    SendParam send_params;
+    const bool ok = ReadSendParam(msg, &send_params);
+    return DispatchWithSendParams(ok, send_params, msg, obj, sender, func);
+  }
+
   // Answers the request |msg| whose parameters were decoded into |send_params| (|ok| says
   // whether that succeeded). Creates the reply; when |ok|, calls (obj->*func) with a const
   // reference to each send parameter and a pointer to each element of a default-constructed
@@ -304,6 +306,60 @@ class SyncMessageSchema {
     }
     sender->Send(reply);
     return ok;
+  }
+};
+
+// A synchronous message type of its own: requests of type |kType| on |kRoutingId| at
+// PRIORITY_NORMAL, with the request and reply of SyncMessageSchema. |Derived| is the class
+// that derives from it, gives its name in kName and adds the constructors that say which
+// parameters a request carries and which out-variables its reply fills.
+template <class Derived,
+          int32_t kRoutingId,
+          uint32_t kType,
+          class SendParamType,
+          class ReplyParamType,
+          class ReplyWriter = ParamTraitsWriter>
+class TypedSyncMessage : public SyncMessage {
+ public:
+  static constexpr uint32_t ID = kType;
+  typedef SyncMessageSchema<SendParamType, ReplyParamType, ReplyWriter> Schema;
+  typedef SendParamType SendParam;
+  typedef ReplyParamType ReplyParam;
+
+  static bool ReadSendParam(const Message* msg, SendParam* p) {
+    return Schema::ReadSendParam(msg, p);
+  }
+
+  static bool ReadReplyParam(const Message* msg, ReplyParam* p) {
+    return Schema::ReadReplyParam(msg, p);
+  }
+
+  // Sets |*name| to Derived::kName and, when |msg| decodes as a request (it is sync) or a
+  // reply, appends its parameters' rendering to |*l|. Either pointer may be null.
+  static void Log(std::string* name, const Message* msg, std::string* l) {
+    if (name)
+      *name = Derived::kName;
+    if (!msg || !l)
+      return;
+    if (msg->is_sync()) {
+      SendParam p;
+      if (ReadSendParam(msg, &p))
+        LogParam(p, l);
+    } else {
+      ReplyParam p;
+      if (ReadReplyParam(msg, &p))
+        LogParam(p, l);
+    }
+  }
+
+ protected:
+  // Writes the request's parameters |in| (a tuple; of references will do) with their
+  // ParamTraits, and binds the reply to |out|, a tuple of references to the out-variables,
+  // which must outlive the reply.
+  template <class InTuple, class OutRefTuple>
+  TypedSyncMessage(const InTuple& in, const OutRefTuple& out)
+      : SyncMessage(kRoutingId, kType, PRIORITY_NORMAL, new ParamDeserializer<OutRefTuple>(out)) {
+    WriteParam(this, in);
   }
 };
 

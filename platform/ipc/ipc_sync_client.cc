@@ -11,6 +11,7 @@
 #include <cstring>
 #include <thread>
 
+#include "base/posix/unix_domain_socket.h"
 #include "ipc/ipc_message.h"
 #include "ipc/ipc_message_framing.h"
 #include "ipc/ipc_sync_message.h"
@@ -40,17 +41,15 @@ SyncClient::Result SyncClient::Connect(const std::string& path, std::chrono::mil
   Close();
   const Clock::time_point deadline = Clock::now() + timeout;
   sockaddr_un address;
-  if (path.empty() || path.size() >= sizeof(address.sun_path))
+  socklen_t length;
+  if (!base::FillUnixAddress(path, &address, &length))
     return Fail(RESULT_CONNECT_FAILED, "invalid socket path \"" + path + "\"");
-  std::memset(&address, 0, sizeof(address));
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.data(), path.size());
 
   fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (fd_ < 0)
     return Fail(RESULT_CONNECT_FAILED, ErrnoText("socket"));
   for (;;) {
-    if (connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0)
+    if (connect(fd_, reinterpret_cast<const sockaddr*>(&address), length) == 0)
       break;
     if (errno == EINTR)
       continue;

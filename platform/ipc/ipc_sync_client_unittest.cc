@@ -9,6 +9,7 @@
 #include <memory>
 #include <thread>
 
+#include "base/posix/unix_domain_socket.h"
 #include "base/threading/thread.h"
 #include "gtest/gtest.h"
 #include "ipc/ipc_channel.h"
@@ -34,10 +35,10 @@ Message* ReplyWith(const Message& request, int value) {
 // A plain socket listening at |path|.
 int ListenAt(const std::string& path) {
   const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-  EXPECT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
+  sockaddr_un address;
+  socklen_t length = 0;
+  EXPECT_TRUE(base::FillUnixAddress(path, &address, &length));
+  EXPECT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), length));
   EXPECT_EQ(0, listen(fd, 4));
   return fd;
 }

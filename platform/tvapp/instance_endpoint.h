@@ -1,4 +1,5 @@
-// Where the directory delivers the messages of one application instance.
+// Where the directory delivers the messages of one application instance. An endpoint is
+// not copied: the directory shares it.
 
 #ifndef TVAPP_INSTANCE_ENDPOINT_H_
 #define TVAPP_INSTANCE_ENDPOINT_H_
@@ -11,7 +12,10 @@ namespace ORVELL0300 {
 
 class CInstanceEndpoint {
  public:
+  CInstanceEndpoint() = default;
   virtual ~CInstanceEndpoint() = default;
+  CInstanceEndpoint(const CInstanceEndpoint&) = delete;
+  CInstanceEndpoint& operator=(const CInstanceEndpoint&) = delete;
 
   // Delivers |request| as a message of |message_type| and waits, until |deadline| at the
   // latest, for the answer to this very request. True with |reply| set when it came.

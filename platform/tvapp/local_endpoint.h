@@ -29,8 +29,6 @@ class CLocalEndpoint : public CInstanceEndpoint {
   // |handler| is not owned; it must stay alive until Close() has returned.
   explicit CLocalEndpoint(CMessageHandler* handler);
   ~CLocalEndpoint() override;
-  CLocalEndpoint(const CLocalEndpoint&) = delete;
-  CLocalEndpoint& operator=(const CLocalEndpoint&) = delete;
 
   bool Exchange(int message_type,
                 const CMessage& request,

@@ -17,8 +17,6 @@ class CRemoteEndpoint : public CInstanceEndpoint {
  public:
   explicit CRemoteEndpoint(const std::string& socket_path);
   ~CRemoteEndpoint() override;
-  CRemoteEndpoint(const CRemoteEndpoint&) = delete;
-  CRemoteEndpoint& operator=(const CRemoteEndpoint&) = delete;
 
   // False when the socket cannot be reached, the peer closes the connection or sends a
   // malformed frame, or |deadline| passes first.

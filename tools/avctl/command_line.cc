@@ -15,7 +15,7 @@
 #include "tools/avctl/invoke_arguments.h"
 #include "tools/avctl/link_commands.h"
 #include "tools/avctl/status_commands.h"
-#include "tools/avctl/stop_signal.h"
+#include "tools/cli/stop_signal.h"
 #include "tools/cli/usage_error.h"
 #include "tools/control/default_paths.h"
 
@@ -222,15 +222,19 @@ class CommandLine {
   }
 
   void AddEvents() {
-    CLI::App* events = AddCommand("events", "Print the events tarn-host forwards",
-                                  [this](CommandContext* context) {
-                                    InstallStopHandlers();
-                                    return RunEvents(context, events_, StopRequested);
-                                  });
+    CLI::App* events = AddCommand(
+        "events", "Print the events tarn-host forwards", [this](CommandContext* context) {
+          tool_cli::StopSignal stop_signal;
+          std::string error;
+          if (!stop_signal.Init(&error))
+            return context->Fail(error);
+          return RunEvents(context, events_, [&stop_signal] { return stop_signal.Pending(); });
+        });
     events->footer(
         "Subscribes on tarn-host's control channel (--control) and prints one line per event, "
         "e.g. {\"id\":35,\"data\":[\"tv-1\",\"av_plugin\"]} (35 discovery, 37 disconnection), "
-        "until SIGINT or SIGTERM (exit 0) or until the host goes away (exit 1). The time-out "
+        "until SIGINT, SIGTERM or SIGHUP (exit 0) or until the host goes away (exit 1). The "
+        "time-out "
         "bounds connecting and subscribing, not the wait for events. It says on stderr when it "
         "is subscribed.\n"
         "Example: avctl events --id 35 --count 1");

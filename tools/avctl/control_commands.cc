@@ -25,8 +25,8 @@ int InvokeManagerMethod(CommandContext* context,
   }
   if (status != control::kInvokeOk) {
     return context->Fail("the host could not invoke " + std::string(kManagerClass) + "::" + method +
-                         " of " + kComponent + ": " + InvokeStatusToString(status) + " (status " +
-                         std::to_string(status) + ")");
+                         " of " + kComponent + ": " + control::InvokeStatusText(status) +
+                         " (status " + std::to_string(status) + ")");
   }
   Json reply = Json::object();
   reply["ok"] = result;
@@ -41,22 +41,6 @@ int RunDiscover(CommandContext* context, const std::string& device_id) {
 
 int RunDisconnect(CommandContext* context, const std::string& device_id) {
   return InvokeManagerMethod(context, "OnDeviceDisconnection", device_id);
-}
-
-const char* InvokeStatusToString(int status) {
-  switch (status) {
-    case control::kInvokeOk:
-      return "ok";
-    case control::kInvokeNoSuchMethod:
-      return "no such method is registered";
-    case control::kInvokeBadSignature:
-      return "the method does not take one string and answer a bool";
-    case control::kInvokeNoInstance:
-      return "the class has no GetInstance giving the object";
-    case control::kInvokeBadRequest:
-      return "the request was incomplete";
-  }
-  return "unknown status";
 }
 
 }  // namespace avctl

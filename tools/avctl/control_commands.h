@@ -18,9 +18,6 @@ int RunDiscover(CommandContext* context, const std::string& device_id);
 // The same with "OnDeviceDisconnection".
 int RunDisconnect(CommandContext* context, const std::string& device_id);
 
-// The text for a control::InvokeStatus, e.g. "no such method is registered".
-const char* InvokeStatusToString(int status);
-
 }  // namespace avctl
 
 #endif  // TOOLS_AVCTL_CONTROL_COMMANDS_H_

@@ -30,7 +30,7 @@ class EventWatcher {
         options_(options),
         connection_(context->options().control_path, "the host", context) {}
 
-  int Run(bool (*stop_requested)()) {
+  int Run(const std::function<bool()>& stop_requested) {
     if (!connection_.Connect() || !Subscribe())
       return kExitFailure;
     const Clock::time_point reply_deadline = Clock::now() + context_->timeout();
@@ -111,7 +111,9 @@ class EventWatcher {
 
 }  // namespace
 
-int RunEvents(CommandContext* context, const EventsOptions& options, bool (*stop_requested)()) {
+int RunEvents(CommandContext* context,
+              const EventsOptions& options,
+              const std::function<bool()>& stop_requested) {
   EventWatcher watcher(context, options);
   return watcher.Run(stop_requested);
 }

@@ -4,6 +4,8 @@
 #ifndef TOOLS_AVCTL_EVENTS_COMMAND_H_
 #define TOOLS_AVCTL_EVENTS_COMMAND_H_
 
+#include <functional>
+
 namespace avctl {
 
 class CommandContext;
@@ -17,7 +19,9 @@ struct EventsOptions {
 // time limit. Returns kExitOk after |options.count| events or once |stop_requested|
 // answers true (it is asked at least every 200 ms), kExitFailure when the host refuses the
 // subscription or goes away.
-int RunEvents(CommandContext* context, const EventsOptions& options, bool (*stop_requested)());
+int RunEvents(CommandContext* context,
+              const EventsOptions& options,
+              const std::function<bool()>& stop_requested);
 
 }  // namespace avctl
 

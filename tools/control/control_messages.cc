@@ -1,16 +1,32 @@
 #include "tools/control/control_messages.h"
 
+namespace control {
+
+const char* InvokeStatusText(int status) {
+  switch (status) {
+    case kInvokeOk:
+      return "ok";
+    case kInvokeNoSuchMethod:
+      return "no such method is registered";
+    case kInvokeBadSignature:
+      return "the method does not take one string and answer a bool";
+    case kInvokeNoInstance:
+      return "the class has no GetInstance giving the object";
+    case kInvokeBadRequest:
+      return "the request was incomplete";
+  }
+  return "unknown status";
+}
+
+}  // namespace control
+
 ControlMsg_InvokeMethod::ControlMsg_InvokeMethod(const std::string& component,
                                                  const std::string& class_name,
                                                  const std::string& method,
                                                  const std::string& argument,
                                                  int* status,
                                                  bool* result)
-    : IPC::SyncMessage(
-          control::kControlRoutingId,
-          ID,
-          PRIORITY_NORMAL,
-          new IPC::ParamDeserializer<Tuple2<int&, bool&>>(MakeRefTuple(*status, *result))) {
+    : TypedSyncMessage(MakeTuple(), MakeRefTuple(*status, *result)) {
   base::DictionaryValue request;
   request.SetWithoutPathExpansion("component", base::Value::CreateStringValue(component));
   request.SetWithoutPathExpansion("class", base::Value::CreateStringValue(class_name));
@@ -19,38 +35,11 @@ ControlMsg_InvokeMethod::ControlMsg_InvokeMethod(const std::string& component,
   IPC::WriteParam(this, request);
 }
 
-ControlMsg_InvokeMethod::~ControlMsg_InvokeMethod() = default;
-
-bool ControlMsg_InvokeMethod::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
-
 ControlMsg_Subscribe::ControlMsg_Subscribe(int event_id, bool* subscribed)
-    : IPC::SyncMessage(control::kControlRoutingId,
-                       ID,
-                       PRIORITY_NORMAL,
-                       new IPC::ParamDeserializer<Tuple1<bool&>>(MakeRefTuple(*subscribed))) {
-  IPC::WriteParam(this, event_id);
-}
-
-ControlMsg_Subscribe::~ControlMsg_Subscribe() = default;
-
-bool ControlMsg_Subscribe::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
+    : TypedSyncMessage(MakeRefTuple(event_id), MakeRefTuple(*subscribed)) {}
 
 ControlMsg_Status::ControlMsg_Status(base::DictionaryValue* status)
-    : IPC::SyncMessage(
-          control::kControlRoutingId,
-          ID,
-          PRIORITY_NORMAL,
-          new IPC::ParamDeserializer<Tuple1<base::DictionaryValue&>>(MakeRefTuple(*status))) {}
-
-ControlMsg_Status::~ControlMsg_Status() = default;
-
-bool ControlMsg_Status::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
+    : TypedSyncMessage(MakeTuple(), MakeRefTuple(*status)) {}
 
 ControlMsg_Event::ControlMsg_Event(int event_id, const std::vector<std::string>& strings)
     : IPC::Message(control::kControlRoutingId, ID, PRIORITY_NORMAL) {

@@ -36,18 +36,27 @@ enum InvokeStatus {
   kInvokeBadRequest = 4,    // the request lacks one of its four strings
 };
 
+// What |status|, an InvokeStatus or any other number from the wire, says to a reader:
+// "ok", "no such method is registered", ..., "unknown status".
+const char* InvokeStatusText(int status);
+
 }  // namespace control
+
+// The synchronous requests of the control channel, on its routing id.
+template <class Msg, uint32_t kId, class SendParam, class ReplyParam>
+using ControlSyncMessage =
+    IPC::TypedSyncMessage<Msg, control::kControlRoutingId, kId, SendParam, ReplyParam>;
 
 // Invokes a registered "bool (std::string)" member method. The request is a dictionary of
 // four strings: "component", "class", "method" and "argument". The host obtains the object
 // by invoking the class's registered "GetInstance" first. The reply carries an
 // InvokeStatus and the method's result (false unless the status is kInvokeOk).
-class ControlMsg_InvokeMethod : public IPC::SyncMessage {
+class ControlMsg_InvokeMethod : public ControlSyncMessage<ControlMsg_InvokeMethod,
+                                                          control::kFirstControlType,
+                                                          Tuple1<base::DictionaryValue>,
+                                                          Tuple2<int, bool>> {
  public:
-  static constexpr uint32_t ID = control::kFirstControlType;
-  typedef IPC::SyncMessageSchema<Tuple1<base::DictionaryValue>, Tuple2<int, bool>> Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "ControlMsg_InvokeMethod";
 
   // |status| and |result| are not owned; they are filled from the reply.
   ControlMsg_InvokeMethod(const std::string& component,
@@ -56,43 +65,34 @@ class ControlMsg_InvokeMethod : public IPC::SyncMessage {
                           const std::string& argument,
                           int* status,
                           bool* result);
-  ~ControlMsg_InvokeMethod() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
 };
 
 // Subscribes the sending client to events of one id, or of every id with -1. The reply
 // says whether the subscription was made. A client's subscriptions end when it
 // disconnects.
-class ControlMsg_Subscribe : public IPC::SyncMessage {
+class ControlMsg_Subscribe : public ControlSyncMessage<ControlMsg_Subscribe,
+                                                       control::kFirstControlType + 1,
+                                                       Tuple1<int>,
+                                                       Tuple1<bool>> {
  public:
-  static constexpr uint32_t ID = control::kFirstControlType + 1;
+  static constexpr char kName[] = "ControlMsg_Subscribe";
   static const int kAllEvents = -1;
-  typedef IPC::SyncMessageSchema<Tuple1<int>, Tuple1<bool>> Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
 
   // |subscribed| is not owned; it is filled from the reply.
   ControlMsg_Subscribe(int event_id, bool* subscribed);
-  ~ControlMsg_Subscribe() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
 };
 
 // Asks for the host's figures: uptime, peers, requests, errors and latencies (see
 // docs/control-channel.md). The reply carries them as one dictionary.
-class ControlMsg_Status : public IPC::SyncMessage {
+class ControlMsg_Status : public ControlSyncMessage<ControlMsg_Status,
+                                                    control::kFirstControlType + 3,
+                                                    Tuple0,
+                                                    Tuple1<base::DictionaryValue>> {
  public:
-  static constexpr uint32_t ID = control::kFirstControlType + 3;
-  typedef IPC::SyncMessageSchema<Tuple0, Tuple1<base::DictionaryValue>> Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "ControlMsg_Status";
 
   // |status| is not owned; it is filled from the reply.
   explicit ControlMsg_Status(base::DictionaryValue* status);
-  ~ControlMsg_Status() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
 };
 
 // An event forwarded to a subscribed client (asynchronous, host to client): its id, then

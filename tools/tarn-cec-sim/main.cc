@@ -14,6 +14,7 @@
 #include "CLI/CLI.hpp"
 #include "base/time/time.h"
 #include "nlohmann/json.hpp"
+#include "tools/cli/stop_signal.h"
 #include "tools/cli/usage_error.h"
 #include "tvapp/instance_server.h"
 #include "tvapp/simulator/receiver_simulator.h"
@@ -109,7 +110,7 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
           "another when it is answered: the reply (null for none), the fault applied, the "
           "receiver's state after it, and \"late\" when its deadline passed first. Each line "
           "carries the time of day (UTC). "
-          "SIGINT or SIGTERM stops it and removes the socket.\n"
+          "SIGINT, SIGTERM or SIGHUP stops it and removes the socket.\n"
           "Exit codes (the same for tarn-host and avctl): 0 stopped cleanly (or printed what "
           "was asked), 1 the socket cannot be served, 2 usage error.\n"
           "Example: tarn-cec-sim --socket /tmp/cec.sock --power on --delay-ms 200",
@@ -177,19 +178,19 @@ int main(int argc, char** argv) {
   if (exit_code >= 0)
     return exit_code;
 
-  // The signals are taken by sigwait below; every thread started from here on keeps
-  // them blocked. A reader that goes away must not kill the process on the next line.
-  sigset_t stop_signals;
-  sigemptyset(&stop_signals);
-  sigaddset(&stop_signals, SIGINT);
-  sigaddset(&stop_signals, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
+  // Before any thread starts, so that every thread keeps the stop signals blocked. A
+  // reader that goes away must not kill the process on the next line.
+  tool_cli::StopSignal stop_signal;
+  std::string error;
+  if (!stop_signal.Init(&error)) {
+    std::cerr << "tarn-cec-sim: " << error << std::endl;
+    return kExitFailure;
+  }
   signal(SIGPIPE, SIG_IGN);
 
   cec_sim::ReceiverSimulator receiver;
   Configure(options, &receiver);
   ORVELL0300::CInstanceServer server(&receiver);
-  std::string error;
   if (!server.Start(options.socket_path, &error)) {
     std::cerr << "tarn-cec-sim: " << error << std::endl;
     return kExitFailure;
@@ -198,8 +199,7 @@ int main(int argc, char** argv) {
   std::cout << "tarn-cec-sim: serving " << cec_sim::kCecApplicationName << " on "
             << options.socket_path << std::endl;
 
-  int signal_number = 0;
-  sigwait(&stop_signals, &signal_number);
+  stop_signal.Wait();
   receiver.Interrupt();
   server.Stop();
   return kExitOk;

@@ -9,7 +9,6 @@
 #include "event/event.h"
 #include "event/event_manager.h"
 #include "ipc/ipc_sync_message.h"
-#include "ipc/pickle.h"
 #include "tools/control/control_messages.h"
 #include "tools/tarn-host/control_server.h"
 #include "tools/tarn-host/method_invoker.h"
@@ -21,19 +20,6 @@ namespace {
 
 // Stands for every event id among a client's subscriptions.
 const int kAllEvents = ControlMsg_Subscribe::kAllEvents;
-
-// The strings of an event's pickled payload, in order, up to the first entry that is not
-// one.
-std::vector<std::string> PayloadStrings(const evt::Event& event) {
-  const std::string& data = event.data();
-  Pickle pickle(data.data(), static_cast<int>(data.size()));
-  PickleIterator iter(pickle);
-  std::vector<std::string> strings;
-  std::string text;
-  while (iter.ReadString(&text))
-    strings.push_back(text);
-  return strings;
-}
 
 }  // namespace
 
@@ -95,27 +81,16 @@ void ControlClient::OnChannelConnected(int32_t peer_pid) {
 
 void ControlClient::Dispatch(const IPC::Message& message) {
   switch (message.type()) {
-    case ControlMsg_InvokeMethod::ID: {
-      ControlMsg_InvokeMethod::SendParam params;
-      const bool ok = ControlMsg_InvokeMethod::ReadSendParam(&message, &params);
-      ControlMsg_InvokeMethod::Schema::DispatchWithSendParams(ok, params, &message, this, this,
-                                                              &ControlClient::OnInvokeMethod);
+    case ControlMsg_InvokeMethod::ID:
+      ControlMsg_InvokeMethod::Schema::Dispatch(&message, this, this,
+                                                &ControlClient::OnInvokeMethod);
       return;
-    }
-    case ControlMsg_Subscribe::ID: {
-      ControlMsg_Subscribe::SendParam params;
-      const bool ok = ControlMsg_Subscribe::ReadSendParam(&message, &params);
-      ControlMsg_Subscribe::Schema::DispatchWithSendParams(ok, params, &message, this, this,
-                                                           &ControlClient::OnSubscribe);
+    case ControlMsg_Subscribe::ID:
+      ControlMsg_Subscribe::Schema::Dispatch(&message, this, this, &ControlClient::OnSubscribe);
       return;
-    }
-    case ControlMsg_Status::ID: {
-      ControlMsg_Status::SendParam params;
-      const bool ok = ControlMsg_Status::ReadSendParam(&message, &params);
-      ControlMsg_Status::Schema::DispatchWithSendParams(ok, params, &message, this, this,
-                                                        &ControlClient::OnStatus);
+    case ControlMsg_Status::ID:
+      ControlMsg_Status::Schema::Dispatch(&message, this, this, &ControlClient::OnStatus);
       return;
-    }
     default: {
       LOG_AT(logging::LOG_WARNING) << "Control client sent a request of unknown type "
                                    << message.type() << "; answered with an error";
@@ -205,7 +180,7 @@ void ControlClient::ForwardEvent(const evt::Event& event) {
       return;
     }
   }
-  Send(new ControlMsg_Event(event.id(), PayloadStrings(event)));
+  Send(new ControlMsg_Event(event.id(), event.ReadStrings()));
 }
 
 }  // namespace tarn_host

@@ -24,15 +24,6 @@ const struct {
     {IPC::Channel::MODE_NAMED_CLIENT, "named_client"},
 };
 
-const struct {
-  int level;
-  const char* name;
-} kLevelNames[] = {
-    {logging::LOG_VERBOSE, "LOG_VERBOSE"},           {logging::LOG_INFO, "LOG_INFO"},
-    {logging::LOG_WARNING, "LOG_WARNING"},           {logging::LOG_ERROR, "LOG_ERROR"},
-    {logging::LOG_ERROR_REPORT, "LOG_ERROR_REPORT"}, {logging::LOG_FATAL, "LOG_FATAL"},
-};
-
 // |text| as the value of an XML attribute in double quotes.
 std::string Quoted(const std::string& text) {
   std::string quoted = "\"";
@@ -128,16 +119,6 @@ bool ChannelModeFromName(const std::string& name, IPC::Channel::Mode* mode) {
   for (const auto& entry : kModeNames) {
     if (name == entry.name) {
       *mode = entry.mode;
-      return true;
-    }
-  }
-  return false;
-}
-
-bool LogLevelFromName(const std::string& name, int* level) {
-  for (const auto& entry : kLevelNames) {
-    if (name == entry.name) {
-      *level = entry.level;
       return true;
     }
   }

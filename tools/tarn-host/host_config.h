@@ -76,9 +76,6 @@ const char* ChannelModeName(IPC::Channel::Mode mode);
 // The mode called |name|; false when there is none.
 bool ChannelModeFromName(const std::string& name, IPC::Channel::Mode* mode);
 
-// The level called |name|, "LOG_VERBOSE" to "LOG_FATAL"; false when there is none.
-bool LogLevelFromName(const std::string& name, int* level);
-
 }  // namespace tarn_host
 
 #endif  // TOOLS_TARN_HOST_HOST_CONFIG_H_

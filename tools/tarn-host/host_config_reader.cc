@@ -12,6 +12,7 @@
 #include <map>
 #include <sstream>
 
+#include "base/logging.h"
 #include "tools/tarn-host/host_config.h"
 #include "tvapp/simulator/receiver_simulator.h"
 
@@ -202,7 +203,7 @@ bool Reader::ReadOption(const XMLElement* element, HostConfig* config) {
   if (value == nullptr)
     return Fail(element->GetLineNum(), "<option> needs a \"value\" attribute");
   const int line = AttributeLine(element, "value");
-  if (name == kMinLogLevelOption && !LogLevelFromName(value, &config->min_log_level)) {
+  if (name == kMinLogLevelOption && !logging::SeverityFromName(value, &config->min_log_level)) {
     return Fail(line, "option " + Quote(name) +
                           " must be one of LOG_VERBOSE, LOG_INFO, LOG_WARNING, LOG_ERROR, "
                           "LOG_ERROR_REPORT, LOG_FATAL, not " +

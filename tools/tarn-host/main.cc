@@ -10,13 +10,13 @@
 
 #include "CLI/CLI.hpp"
 #include "base/logging.h"
+#include "tools/cli/stop_signal.h"
 #include "tools/cli/usage_error.h"
 #include "tools/control/default_paths.h"
 #include "tools/tarn-host/default_config.h"
 #include "tools/tarn-host/host.h"
 #include "tools/tarn-host/host_config.h"
 #include "tools/tarn-host/host_config_reader.h"
-#include "tools/tarn-host/stop_signal.h"
 
 namespace {
 
@@ -106,7 +106,7 @@ int main(int argc, char** argv) {
   }
 
   // Before any thread starts, so that every thread keeps the stop signals blocked.
-  tarn_host::StopSignal stop_signal;
+  tool_cli::StopSignal stop_signal;
   if (!stop_signal.Init(&error)) {
     std::cerr << "tarn-host: " << error << std::endl;
     return kExitFailure;

@@ -18,22 +18,6 @@ bool IsPointerType(const std::string& type) {
   return !type.empty() && type.back() == '*';
 }
 
-const char* StatusName(control::InvokeStatus status) {
-  switch (status) {
-    case control::kInvokeOk:
-      return "ok";
-    case control::kInvokeNoSuchMethod:
-      return "no such method";
-    case control::kInvokeBadSignature:
-      return "not a \"bool (std::string)\" method";
-    case control::kInvokeNoInstance:
-      return "no instance";
-    case control::kInvokeBadRequest:
-      return "bad request";
-  }
-  return "unknown";
-}
-
 }  // namespace
 
 MethodInvoker::MethodInvoker(runtime::Reflection* reflection) : reflection_(reflection) {}
@@ -47,7 +31,7 @@ control::InvokeStatus MethodInvoker::Invoke(const base::DictionaryValue& request
       !request.GetString("method", &method) || !request.GetString("argument", &argument)) {
     *result = false;
     LOG_AT(logging::LOG_INFO) << "Invoke: a request without its four strings: "
-                              << StatusName(control::kInvokeBadRequest);
+                              << control::InvokeStatusText(control::kInvokeBadRequest);
     return control::kInvokeBadRequest;
   }
   return Invoke(component, class_name, method, argument, result);
@@ -80,7 +64,7 @@ control::InvokeStatus MethodInvoker::Invoke(const std::string& component,
       status = control::kInvokeNoSuchMethod;
   }
   LOG_AT(logging::LOG_INFO) << "Invoke " << component << " " << class_name << " " << method << "(\""
-                            << argument << "\"): " << StatusName(status)
+                            << argument << "\"): " << control::InvokeStatusText(status)
                             << (status == control::kInvokeOk
                                     ? (*result ? ", returned true" : ", returned false")
                                     : "");

@@ -133,11 +133,13 @@ TEST_F(MethodInvokerTest, RequestNeedsItsFourStringsAndEachIsLogged) {
   EXPECT_EQ(1u, Target::GetInstance()->arguments.size());
   EXPECT_TRUE(
       capture.Has(logging::LOG_INFO, "Invoke test Target Accept(\"yes\"): ok, returned true"));
-  EXPECT_EQ(8, capture.Count("Invoke: a request without its four strings: bad request"));
+  EXPECT_EQ(
+      8, capture.Count("Invoke: a request without its four strings: the request was incomplete"));
   invoker.Invoke("test", "Target", "bool (int)", "x", &result);
   EXPECT_TRUE(
       capture.Has(logging::LOG_INFO,
-                  "Invoke test Target bool (int)(\"x\"): not a \"bool (std::string)\" method"));
+                  "Invoke test Target bool (int)(\"x\"): the method does not take one string and "
+                  "answer a bool"));
 }
 
 }  // namespace

@@ -10,9 +10,10 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <sstream>
 #include <thread>
+
+#include "base/posix/unix_domain_socket.h"
 
 extern char** environ;
 
@@ -139,16 +140,15 @@ int ChildProcess::Wait(std::chrono::milliseconds timeout) {
 }
 
 bool WaitForUnixSocket(const std::string& path, std::chrono::milliseconds timeout) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof(address.sun_path))
+  sockaddr_un address;
+  socklen_t length;
+  if (!FillUnixAddress(path, &address, &length))
     return false;
-  std::memcpy(address.sun_path, path.data(), path.size());
   const Clock::time_point deadline = Clock::now() + timeout;
   for (;;) {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const bool connected =
-        fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+        fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), length) == 0;
     if (fd >= 0)
       close(fd);
     if (connected)

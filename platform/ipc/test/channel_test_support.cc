@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstring>
 
 #include "base/message_loop/message_loop.h"
+#include "base/posix/unix_domain_socket.h"
 #include "base/tuple.h"
 #include "ipc/ipc_message_utils.h"
 #include "ipc/ipc_sync_message.h"
@@ -120,15 +120,13 @@ RawClient::~RawClient() {
 bool RawClient::Connect(const std::string& path) {
   Close();
   sockaddr_un address;
-  std::memset(&address, 0, sizeof(address));
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof(address.sun_path))
+  socklen_t length;
+  if (!base::FillUnixAddress(path, &address, &length))
     return false;
-  std::memcpy(address.sun_path, path.data(), path.size());
   fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd_ < 0)
     return false;
-  if (connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+  if (connect(fd_, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
     Close();
     return false;
   }

@@ -35,6 +35,29 @@ const std::string kStringTypeIri = kXmlSchemaNamespace + "string";
 
 typedef runtime::MethodContainerType1_<bool, AvManagerImpl, const std::string> DeviceMethod;
 
+// Registers this class's method |name|, of |signature|, served by a |Container| made over
+// |function|.
+template <class Container, class Function>
+void AddReflectedMethod(runtime::Reflection* reflection,
+                        const char* name,
+                        const char* signature,
+                        Function function) {
+  std::string return_type;
+  std::vector<std::string> params_type;
+  reflection->ParseSignature(signature, return_type, params_type);
+  reflection->AddMethod(kPluginName, kClassName, name, return_type, params_type,
+                        new Container(function, return_type, params_type));
+}
+
+void RemoveReflectedMethod(runtime::Reflection* reflection,
+                           const char* name,
+                           const char* signature) {
+  std::string return_type;
+  std::vector<std::string> params_type;
+  reflection->ParseSignature(signature, return_type, params_type);
+  reflection->RemoveMethod(kPluginName, kClassName, name, return_type, params_type);
+}
+
 // {"Properties":[{"property":<originalId>,"type":<string>,"value":<device id>}]}
 std::string MakePropertyJson(const std::string& device_id) {
   auto* property = new base::DictionaryValue;
@@ -127,22 +150,12 @@ bool AvManagerImpl::RegisterMethod() {
   runtime::Reflection* reflection = runtime::Runtime::GetInstance()->GetReflection();
   if (reflection == nullptr)
     return false;
-  std::string return_type;
-  std::vector<std::string> params_type;
-
-  reflection->ParseSignature(kGetInstanceSignature, return_type, params_type);
-  reflection->AddMethod(kPluginName, kClassName, "GetInstance", return_type, params_type,
-                        new runtime::ReflectionStaticFuncType0<AvManagerImpl*>(
-                            &AvManagerImpl::GetInstance, return_type, params_type));
-
-  reflection->ParseSignature(kDeviceMethodSignature, return_type, params_type);
-  reflection->AddMethod(kPluginName, kClassName, "OnDiscovery", return_type, params_type,
-                        new DeviceMethod(&AvManagerImpl::OnDiscovery, return_type, params_type));
-
-  reflection->ParseSignature(kDeviceMethodSignature, return_type, params_type);
-  reflection->AddMethod(
-      kPluginName, kClassName, "OnDeviceDisconnection", return_type, params_type,
-      new DeviceMethod(&AvManagerImpl::OnDeviceDisconnection, return_type, params_type));
+  AddReflectedMethod<runtime::ReflectionStaticFuncType0<AvManagerImpl*>>(
+      reflection, "GetInstance", kGetInstanceSignature, &AvManagerImpl::GetInstance);
+  AddReflectedMethod<DeviceMethod>(reflection, "OnDiscovery", kDeviceMethodSignature,
+                                   &AvManagerImpl::OnDiscovery);
+  AddReflectedMethod<DeviceMethod>(reflection, "OnDeviceDisconnection", kDeviceMethodSignature,
+                                   &AvManagerImpl::OnDeviceDisconnection);
   return true;
 }
 
@@ -150,18 +163,9 @@ bool AvManagerImpl::UnRegisterMethod() {
   runtime::Reflection* reflection = runtime::Runtime::GetInstance()->GetReflection();
   if (reflection == nullptr)
     return false;
-  std::string return_type;
-  std::vector<std::string> params_type;
-
-  reflection->ParseSignature(kGetInstanceSignature, return_type, params_type);
-  reflection->RemoveMethod(kPluginName, kClassName, "GetInstance", return_type, params_type);
-
-  reflection->ParseSignature(kDeviceMethodSignature, return_type, params_type);
-  reflection->RemoveMethod(kPluginName, kClassName, "OnDiscovery", return_type, params_type);
-
-  reflection->ParseSignature(kDeviceMethodSignature, return_type, params_type);
-  reflection->RemoveMethod(kPluginName, kClassName, "OnDeviceDisconnection", return_type,
-                           params_type);
+  RemoveReflectedMethod(reflection, "GetInstance", kGetInstanceSignature);
+  RemoveReflectedMethod(reflection, "OnDiscovery", kDeviceMethodSignature);
+  RemoveReflectedMethod(reflection, "OnDeviceDisconnection", kDeviceMethodSignature);
   return true;
 }
 

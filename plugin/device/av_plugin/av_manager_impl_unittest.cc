@@ -13,7 +13,6 @@
 #include "event/event.h"
 #include "event/event_manager.h"
 #include "gtest/gtest.h"
-#include "ipc/pickle.h"
 #include "plugin/device/av_plugin/av_log.h"
 #include "runtime/reflection.h"
 #include "runtime/runtime.h"
@@ -43,13 +42,7 @@ class AvManagerImplTest : public testing::Test {
     av::log_level = 0;
     subscription_ = evt::EventManager::GetInstance()->Subscribe(
         evt::EventManager::kAllEvents, [this](const evt::Event& event) {
-          Pickle pickle(event.data().data(), static_cast<int>(event.data().size()));
-          PickleIterator iter(pickle);
-          Published published{event.id(), {}};
-          std::string text;
-          while (iter.ReadString(&text))
-            published.strings.push_back(text);
-          published_.push_back(published);
+          published_.push_back(Published{event.id(), event.ReadStrings()});
         });
     manager_ = AvManagerImpl::GetInstance();
   }

@@ -20,27 +20,6 @@ std::string device::_DeviceInfo::*const kCarriedTextFields[] = {
 
 const char kRecordFieldSeparator[] = "\n\t ";
 
-// Names |msg| and, when it decodes, appends its request or reply rendering to |l|.
-template <class Msg>
-void LogAvMessage(const char* class_name,
-                  std::string* name,
-                  const IPC::Message* msg,
-                  std::string* l) {
-  if (name)
-    *name = class_name;
-  if (!msg || !l)
-    return;
-  if (msg->is_sync()) {
-    typename Msg::SendParam p;
-    if (Msg::ReadSendParam(msg, &p))
-      IPC::LogParam(p, l);
-  } else {
-    typename Msg::ReplyParam p;
-    if (Msg::ReadReplyParam(msg, &p))
-      IPC::LogParam(p, l);
-  }
-}
-
 }  // namespace
 
 namespace IPC {
@@ -100,160 +79,30 @@ void AvReplyWriter::Write(IPC::Message* m, bool p) {
   m->WriteBytes(&p, 1);
 }
 
-// AvMsg_ServiceInvoke ---------------------------------------------------------------
-
 AvMsg_ServiceInvoke::AvMsg_ServiceInvoke(const std::string& method,
                                          const base::DictionaryValue& args,
                                          base::DictionaryValue* result,
                                          int* code)
-    : IPC::SyncMessage(kAvMsgRoutingId,
-                       ID,
-                       PRIORITY_NORMAL,
-                       new IPC::ParamDeserializer<Tuple2<base::DictionaryValue&, int&>>(
-                           MakeRefTuple(*result, *code))) {
-  IPC::WriteParam(this, method);
-  IPC::WriteParam(this, args);
-}
-
-AvMsg_ServiceInvoke::~AvMsg_ServiceInvoke() = default;
-
-bool AvMsg_ServiceInvoke::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
-
-bool AvMsg_ServiceInvoke::ReadReplyParam(const IPC::Message* msg, ReplyParam* p) {
-  return Schema::ReadReplyParam(msg, p);
-}
-
-void AvMsg_ServiceInvoke::Log(std::string* name, const IPC::Message* msg, std::string* l) {
-  LogAvMessage<AvMsg_ServiceInvoke>("AvMsg_ServiceInvoke", name, msg, l);
-}
-
-// AvMsg_GetDeviceProperty -----------------------------------------------------------
+    : TypedSyncMessage(MakeRefTuple(method, args), MakeRefTuple(*result, *code)) {}
 
 AvMsg_GetDeviceProperty::AvMsg_GetDeviceProperty(const std::string& device_id,
                                                  device::_DeviceInfo* info,
                                                  bool* found)
-    : IPC::SyncMessage(kAvMsgRoutingId,
-                       ID,
-                       PRIORITY_NORMAL,
-                       new IPC::ParamDeserializer<Tuple2<device::_DeviceInfo&, bool&>>(
-                           MakeRefTuple(*info, *found))) {
-  IPC::WriteParam(this, device_id);
-}
-
-AvMsg_GetDeviceProperty::~AvMsg_GetDeviceProperty() = default;
-
-bool AvMsg_GetDeviceProperty::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
-
-bool AvMsg_GetDeviceProperty::ReadReplyParam(const IPC::Message* msg, ReplyParam* p) {
-  return Schema::ReadReplyParam(msg, p);
-}
-
-void AvMsg_GetDeviceProperty::Log(std::string* name, const IPC::Message* msg, std::string* l) {
-  LogAvMessage<AvMsg_GetDeviceProperty>("AvMsg_GetDeviceProperty", name, msg, l);
-}
-
-// AvMsg_RegisterDeviceRequest -------------------------------------------------------
+    : TypedSyncMessage(MakeRefTuple(device_id), MakeRefTuple(*info, *found)) {}
 
 AvMsg_RegisterDeviceRequest::AvMsg_RegisterDeviceRequest(const std::string& first,
                                                          const std::string& second,
                                                          const std::string& third,
                                                          bool* success)
-    : IPC::SyncMessage(kAvMsgRoutingId,
-                       ID,
-                       PRIORITY_NORMAL,
-                       new IPC::ParamDeserializer<Tuple1<bool&>>(MakeRefTuple(*success))) {
-  IPC::WriteParam(this, first);
-  IPC::WriteParam(this, second);
-  IPC::WriteParam(this, third);
-}
-
-AvMsg_RegisterDeviceRequest::~AvMsg_RegisterDeviceRequest() = default;
-
-bool AvMsg_RegisterDeviceRequest::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
-
-bool AvMsg_RegisterDeviceRequest::ReadReplyParam(const IPC::Message* msg, ReplyParam* p) {
-  return Schema::ReadReplyParam(msg, p);
-}
-
-void AvMsg_RegisterDeviceRequest::Log(std::string* name, const IPC::Message* msg, std::string* l) {
-  LogAvMessage<AvMsg_RegisterDeviceRequest>("AvMsg_RegisterDeviceRequest", name, msg, l);
-}
-
-// AvMsg_UnregisterDeviceRequest -----------------------------------------------------
+    : TypedSyncMessage(MakeRefTuple(first, second, third), MakeRefTuple(*success)) {}
 
 AvMsg_UnregisterDeviceRequest::AvMsg_UnregisterDeviceRequest(const std::string& first,
                                                              const std::string& second,
                                                              bool* success)
-    : IPC::SyncMessage(kAvMsgRoutingId,
-                       ID,
-                       PRIORITY_NORMAL,
-                       new IPC::ParamDeserializer<Tuple1<bool&>>(MakeRefTuple(*success))) {
-  IPC::WriteParam(this, first);
-  IPC::WriteParam(this, second);
-}
-
-AvMsg_UnregisterDeviceRequest::~AvMsg_UnregisterDeviceRequest() = default;
-
-bool AvMsg_UnregisterDeviceRequest::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
-
-bool AvMsg_UnregisterDeviceRequest::ReadReplyParam(const IPC::Message* msg, ReplyParam* p) {
-  return Schema::ReadReplyParam(msg, p);
-}
-
-void AvMsg_UnregisterDeviceRequest::Log(std::string* name,
-                                        const IPC::Message* msg,
-                                        std::string* l) {
-  LogAvMessage<AvMsg_UnregisterDeviceRequest>("AvMsg_UnregisterDeviceRequest", name, msg, l);
-}
-
-// AvMsg_ManualRescanDevices ---------------------------------------------------------
+    : TypedSyncMessage(MakeRefTuple(first, second), MakeRefTuple(*success)) {}
 
 AvMsg_ManualRescanDevices::AvMsg_ManualRescanDevices(bool* success)
-    : IPC::SyncMessage(kAvMsgRoutingId,
-                       ID,
-                       PRIORITY_NORMAL,
-                       new IPC::ParamDeserializer<Tuple1<bool&>>(MakeRefTuple(*success))) {}
-
-AvMsg_ManualRescanDevices::~AvMsg_ManualRescanDevices() = default;
-
-bool AvMsg_ManualRescanDevices::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
-
-bool AvMsg_ManualRescanDevices::ReadReplyParam(const IPC::Message* msg, ReplyParam* p) {
-  return Schema::ReadReplyParam(msg, p);
-}
-
-void AvMsg_ManualRescanDevices::Log(std::string* name, const IPC::Message* msg, std::string* l) {
-  LogAvMessage<AvMsg_ManualRescanDevices>("AvMsg_ManualRescanDevices", name, msg, l);
-}
-
-// AvMsg_DeleteDeviceRequest ---------------------------------------------------------
+    : TypedSyncMessage(MakeTuple(), MakeRefTuple(*success)) {}
 
 AvMsg_DeleteDeviceRequest::AvMsg_DeleteDeviceRequest(bool* success)
-    : IPC::SyncMessage(kAvMsgRoutingId,
-                       ID,
-                       PRIORITY_NORMAL,
-                       new IPC::ParamDeserializer<Tuple1<bool&>>(MakeRefTuple(*success))) {}
-
-AvMsg_DeleteDeviceRequest::~AvMsg_DeleteDeviceRequest() = default;
-
-bool AvMsg_DeleteDeviceRequest::ReadSendParam(const IPC::Message* msg, SendParam* p) {
-  return Schema::ReadSendParam(msg, p);
-}
-
-bool AvMsg_DeleteDeviceRequest::ReadReplyParam(const IPC::Message* msg, ReplyParam* p) {
-  return Schema::ReadReplyParam(msg, p);
-}
-
-void AvMsg_DeleteDeviceRequest::Log(std::string* name, const IPC::Message* msg, std::string* l) {
-  LogAvMessage<AvMsg_DeleteDeviceRequest>("AvMsg_DeleteDeviceRequest", name, msg, l);
-}
+    : TypedSyncMessage(MakeTuple(), MakeRefTuple(*success)) {}

@@ -55,125 +55,88 @@ struct AvReplyWriter {
 };
 
 // Every message of this catalogue is a synchronous request on this routing id, at
-// PRIORITY_NORMAL.
+// PRIORITY_NORMAL, whose reply goes on the wire as AvReplyWriter says.
 const int32_t kAvMsgRoutingId = 0x7FFFFFFF;
+
+template <class Msg, uint32_t kId, class SendParam, class ReplyParam>
+using AvSyncMessage =
+    IPC::TypedSyncMessage<Msg, kAvMsgRoutingId, kId, SendParam, ReplyParam, AvReplyWriter>;
 
 // Invokes a service method by name with a dictionary of arguments; the reply carries the
 // results dictionary and the int result code.
-class AvMsg_ServiceInvoke : public IPC::SyncMessage {
+class AvMsg_ServiceInvoke : public AvSyncMessage<AvMsg_ServiceInvoke,
+                                                 0xD47F0024,
+                                                 Tuple2<std::string, base::DictionaryValue>,
+                                                 Tuple2<base::DictionaryValue, int>> {
  public:
-  static constexpr uint32_t ID = 0xD47F0024;
-  typedef IPC::SyncMessageSchema<Tuple2<std::string, base::DictionaryValue>,
-                                 Tuple2<base::DictionaryValue, int>,
-                                 AvReplyWriter>
-      Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "AvMsg_ServiceInvoke";
 
   // |result| and |code| are not owned; they are filled from the reply.
   AvMsg_ServiceInvoke(const std::string& method,
                       const base::DictionaryValue& args,
                       base::DictionaryValue* result,
                       int* code);
-  ~AvMsg_ServiceInvoke() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
-  static bool ReadReplyParam(const IPC::Message* msg, ReplyParam* p);
-  static void Log(std::string* name, const IPC::Message* msg, std::string* l);
 };
 
 // Reads the record of a device by id; the reply carries the record and whether it was
 // found.
-class AvMsg_GetDeviceProperty : public IPC::SyncMessage {
+class AvMsg_GetDeviceProperty : public AvSyncMessage<AvMsg_GetDeviceProperty,
+                                                     0xD47F0029,
+                                                     Tuple1<std::string>,
+                                                     Tuple2<device::_DeviceInfo, bool>> {
  public:
-  static constexpr uint32_t ID = 0xD47F0029;
-  typedef IPC::
-      SyncMessageSchema<Tuple1<std::string>, Tuple2<device::_DeviceInfo, bool>, AvReplyWriter>
-          Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "AvMsg_GetDeviceProperty";
 
   // |info| and |found| are not owned; they are filled from the reply.
   AvMsg_GetDeviceProperty(const std::string& device_id, device::_DeviceInfo* info, bool* found);
-  ~AvMsg_GetDeviceProperty() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
-  static bool ReadReplyParam(const IPC::Message* msg, ReplyParam* p);
-  static void Log(std::string* name, const IPC::Message* msg, std::string* l);
 };
 
 // Asks to register a device, described by three strings; the reply says whether it did.
-class AvMsg_RegisterDeviceRequest : public IPC::SyncMessage {
+class AvMsg_RegisterDeviceRequest
+    : public AvSyncMessage<AvMsg_RegisterDeviceRequest,
+                           0xD47F002E,
+                           Tuple3<std::string, std::string, std::string>,
+                           Tuple1<bool>> {
  public:
-  static constexpr uint32_t ID = 0xD47F002E;
-  typedef IPC::
-      SyncMessageSchema<Tuple3<std::string, std::string, std::string>, Tuple1<bool>, AvReplyWriter>
-          Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "AvMsg_RegisterDeviceRequest";
 
   // |success| is not owned; it is filled from the reply.
   AvMsg_RegisterDeviceRequest(const std::string& first,
                               const std::string& second,
                               const std::string& third,
                               bool* success);
-  ~AvMsg_RegisterDeviceRequest() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
-  static bool ReadReplyParam(const IPC::Message* msg, ReplyParam* p);
-  static void Log(std::string* name, const IPC::Message* msg, std::string* l);
 };
 
 // Asks to unregister a device, described by two strings; the reply says whether it did.
-class AvMsg_UnregisterDeviceRequest : public IPC::SyncMessage {
+class AvMsg_UnregisterDeviceRequest : public AvSyncMessage<AvMsg_UnregisterDeviceRequest,
+                                                           0xD47F0032,
+                                                           Tuple2<std::string, std::string>,
+                                                           Tuple1<bool>> {
  public:
-  static constexpr uint32_t ID = 0xD47F0032;
-  typedef IPC::SyncMessageSchema<Tuple2<std::string, std::string>, Tuple1<bool>, AvReplyWriter>
-      Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "AvMsg_UnregisterDeviceRequest";
 
   // |success| is not owned; it is filled from the reply.
   AvMsg_UnregisterDeviceRequest(const std::string& first, const std::string& second, bool* success);
-  ~AvMsg_UnregisterDeviceRequest() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
-  static bool ReadReplyParam(const IPC::Message* msg, ReplyParam* p);
-  static void Log(std::string* name, const IPC::Message* msg, std::string* l);
 };
 
 // Asks for a manual rescan of the devices; the reply says whether it started.
-class AvMsg_ManualRescanDevices : public IPC::SyncMessage {
+class AvMsg_ManualRescanDevices
+    : public AvSyncMessage<AvMsg_ManualRescanDevices, 0xD47F0034, Tuple0, Tuple1<bool>> {
  public:
-  static constexpr uint32_t ID = 0xD47F0034;
-  typedef IPC::SyncMessageSchema<Tuple0, Tuple1<bool>, AvReplyWriter> Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "AvMsg_ManualRescanDevices";
 
   // |success| is not owned; it is filled from the reply.
   explicit AvMsg_ManualRescanDevices(bool* success);
-  ~AvMsg_ManualRescanDevices() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
-  static bool ReadReplyParam(const IPC::Message* msg, ReplyParam* p);
-  static void Log(std::string* name, const IPC::Message* msg, std::string* l);
 };
 
 // Asks to delete a device; the reply says whether it did.
-class AvMsg_DeleteDeviceRequest : public IPC::SyncMessage {
+class AvMsg_DeleteDeviceRequest
+    : public AvSyncMessage<AvMsg_DeleteDeviceRequest, 0xD47F0036, Tuple0, Tuple1<bool>> {
  public:
-  static constexpr uint32_t ID = 0xD47F0036;
-  typedef IPC::SyncMessageSchema<Tuple0, Tuple1<bool>, AvReplyWriter> Schema;
-  typedef Schema::SendParam SendParam;
-  typedef Schema::ReplyParam ReplyParam;
+  static constexpr char kName[] = "AvMsg_DeleteDeviceRequest";
 
   // |success| is not owned; it is filled from the reply.
   explicit AvMsg_DeleteDeviceRequest(bool* success);
-  ~AvMsg_DeleteDeviceRequest() override;
-
-  static bool ReadSendParam(const IPC::Message* msg, SendParam* p);
-  static bool ReadReplyParam(const IPC::Message* msg, ReplyParam* p);
-  static void Log(std::string* name, const IPC::Message* msg, std::string* l);
 };
 
 #endif  // PLUGIN_DEVICE_AV_PLUGIN_STUB_AV_MESSAGES_H_

@@ -127,9 +127,7 @@ void AvStub::Dispatch(const IPC::Message& message,
                       Handler handler) {
   tracked_objects::ScopedProfile profile(tracked_objects::Location(
       profile_name, kStubSource, line, tracked_objects::GetProgramCounter()));
-  typename Msg::SendParam send_params;
-  const bool ok = Msg::ReadSendParam(&message, &send_params);
-  Msg::Schema::DispatchWithSendParams(ok, send_params, &message, this, this, handler);
+  Msg::Schema::Dispatch(&message, this, this, handler);
 }
 
 void AvStub::OnServiceInvoke(const std::string& method_name,

@@ -1,13 +1,14 @@
-#include "tools/tarn-host/stop_signal.h"
+#include "tools/cli/stop_signal.h"
 
 #include <errno.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <cstring>
 
-namespace tarn_host {
+namespace tool_cli {
 
 StopSignal::StopSignal() = default;
 
@@ -35,6 +36,11 @@ bool StopSignal::Init(std::string* error) {
   return true;
 }
 
+bool StopSignal::Pending() const {
+  pollfd entry = {fd_, POLLIN, 0};
+  return poll(&entry, 1, 0) > 0 && (entry.revents & POLLIN) != 0;
+}
+
 int StopSignal::Wait() {
   signalfd_siginfo info;
   for (;;) {
@@ -47,4 +53,4 @@ int StopSignal::Wait() {
   }
 }
 
-}  // namespace tarn_host
+}  // namespace tool_cli

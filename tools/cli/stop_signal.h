@@ -1,12 +1,13 @@
-// Waits for SIGINT, SIGTERM or SIGHUP without a signal handler: the signals are blocked and
-// read from a signalfd, so the stop is handled in the waiting thread like any other event.
+// How the tools stop: on SIGINT, SIGTERM or SIGHUP, without a signal handler. The signals
+// are blocked and read from a signalfd, so the stop is handled in the waiting thread like
+// any other event.
 
-#ifndef TOOLS_TARN_HOST_STOP_SIGNAL_H_
-#define TOOLS_TARN_HOST_STOP_SIGNAL_H_
+#ifndef TOOLS_CLI_STOP_SIGNAL_H_
+#define TOOLS_CLI_STOP_SIGNAL_H_
 
 #include <string>
 
-namespace tarn_host {
+namespace tool_cli {
 
 class StopSignal {
  public:
@@ -22,13 +23,16 @@ class StopSignal {
   // |*error| set, when the descriptor cannot be made.
   bool Init(std::string* error);
 
-  // Waits for one of the signals and returns its number; -1 on a failure to wait.
+  // Whether one of the signals has arrived and waits to be taken, without waiting.
+  bool Pending() const;
+
+  // Waits for one of the signals, takes it and returns its number; -1 on a failure to wait.
   int Wait();
 
  private:
   int fd_ = -1;
 };
 
-}  // namespace tarn_host
+}  // namespace tool_cli
 
-#endif  // TOOLS_TARN_HOST_STOP_SIGNAL_H_
+#endif  // TOOLS_CLI_STOP_SIGNAL_H_
