@@ -4,43 +4,17 @@
 
 #include "plugin/device/av_plugin/stub/av_stub.h"
 
-#include <memory>
 #include <variant>
 #include <vector>
 
 #include "plugin/device/av_plugin/av_manager_impl.h"
 #include "plugin/device/av_plugin/av_service.h"
-#include "plugin/device/av_plugin/stub/av_messages.h"
 #include "plugin/device/av_plugin/test/av_test.h"
 
 namespace plugin {
 namespace {
 
-// The stub, keeping what it sends instead of writing it to a channel.
-class RecordingStub : public AvStub {
- public:
-  RecordingStub() : AvStub("unused", IPC::Channel::MODE_NAMED_SERVER, nullptr, nullptr) {}
-  bool Send(IPC::Message* message) override {
-    sent.emplace_back(message);
-    return true;
-  }
-  std::vector<std::unique_ptr<IPC::Message>> sent;
-};
-
-class AvStubTest : public AvTest {
- protected:
-  // Hands |request| to the stub's handler and reads the one reply it sends into the
-  // request's out-variables.
-  void Exchange(IPC::SyncMessage* request) {
-    stub_.sent.clear();
-    ASSERT_TRUE(stub_.SyncMessageHandler(*request));
-    ASSERT_EQ(1u, stub_.sent.size());
-    std::unique_ptr<IPC::MessageReplyDeserializer> reader(request->GetReplyDeserializer());
-    EXPECT_TRUE(reader->SerializeOutputParameters(*stub_.sent[0]));
-  }
-
-  RecordingStub stub_;
-};
+typedef AvTest AvStubTest;
 
 struct Absent {};
 struct Null {};
@@ -169,13 +143,10 @@ TEST_F(AvStubTest, ServiceMethodsByName) {
     Set(&args, "device_id", row.device_id);
     if (row.key)
       Set(&args, row.key, row.value);
-    base::DictionaryValue results;
-    int code = -1;
-    AvMsg_ServiceInvoke request(row.method, args, &results, &code);
     capture_.Clear();
-    Exchange(&request);
-    EXPECT_EQ(row.code, code);
-    EXPECT_EQ(row.results, Json(results));
+    std::string results;
+    EXPECT_EQ(row.code, Invoke(row.method, args, &results));
+    EXPECT_EQ(row.results, results);
     std::vector<Line> lines = {Info(std::string("AvService::") + row.method)};
     lines.insert(lines.end(), row.lines.begin(), row.lines.end());
     EXPECT_EQ(lines, LinesOf(row.method));
@@ -183,13 +154,10 @@ TEST_F(AvStubTest, ServiceMethodsByName) {
 
   // A name the service does not have, in any case.
   for (const char* method : {"GetVolume", "setmicvolume", ""}) {
-    base::DictionaryValue results;
-    int code = -1;
-    AvMsg_ServiceInvoke request(method, base::DictionaryValue(), &results, &code);
     capture_.Clear();
-    Exchange(&request);
-    EXPECT_EQ(kAvResultUnknownMethod, code);
-    EXPECT_EQ("{}", Json(results));
+    std::string results;
+    EXPECT_EQ(kAvResultUnknownMethod, Invoke(method, base::DictionaryValue(), &results));
+    EXPECT_EQ("{}", results);
     EXPECT_TRUE(capture_.lines().empty());
   }
 }

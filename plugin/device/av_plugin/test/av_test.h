@@ -4,6 +4,7 @@
 #ifndef PLUGIN_DEVICE_AV_PLUGIN_TEST_AV_TEST_H_
 #define PLUGIN_DEVICE_AV_PLUGIN_TEST_AV_TEST_H_
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,8 @@
 #include "base/values.h"
 #include "gtest/gtest.h"
 #include "plugin/device/av_plugin/av_log.h"
+#include "plugin/device/av_plugin/stub/av_messages.h"
+#include "plugin/device/av_plugin/stub/av_stub.h"
 
 namespace plugin {
 
@@ -31,6 +34,17 @@ inline std::string Json(const base::Value& value) {
   base::JSONWriter::Write(&value, &json);
   return json;
 }
+
+// The stub, keeping what it sends instead of writing it to a channel.
+class RecordingStub : public AvStub {
+ public:
+  RecordingStub() : AvStub("unused", IPC::Channel::MODE_NAMED_SERVER, nullptr, nullptr) {}
+  bool Send(IPC::Message* message) override {
+    sent.emplace_back(message);
+    return true;
+  }
+  std::vector<std::unique_ptr<IPC::Message>> sent;
+};
 
 class AvTest : public testing::Test {
  protected:
@@ -51,7 +65,29 @@ class AvTest : public testing::Test {
     return lines;
   }
 
+  // Hands |request| to the stub's handler and reads the one reply it sends into the
+  // request's out-variables.
+  void Exchange(IPC::SyncMessage* request) {
+    stub_.sent.clear();
+    ASSERT_TRUE(stub_.SyncMessageHandler(*request));
+    ASSERT_EQ(1u, stub_.sent.size());
+    std::unique_ptr<IPC::MessageReplyDeserializer> reader(request->GetReplyDeserializer());
+    EXPECT_TRUE(reader->SerializeOutputParameters(*stub_.sent[0]));
+  }
+
+  // Invokes the service method |method| by name, as the device layer does: its result
+  // code, with its results as JSON in |results|.
+  int Invoke(const std::string& method, const base::DictionaryValue& args, std::string* results) {
+    base::DictionaryValue out;
+    int code = -1;
+    AvMsg_ServiceInvoke request(method, args, &out, &code);
+    Exchange(&request);
+    *results = Json(out);
+    return code;
+  }
+
   logging::ScopedLogCapture capture_;
+  RecordingStub stub_;
 };
 
 }  // namespace plugin
