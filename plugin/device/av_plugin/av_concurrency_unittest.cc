@@ -9,14 +9,11 @@
 #include <thread>
 #include <vector>
 
-#include "base/logging.h"
 #include "base/synchronization/waitable_event.h"
-#include "base/test/log_capture.h"
 #include "device/device_info.h"
-#include "gtest/gtest.h"
 #include "plugin/device/av_plugin/av_manager_impl.h"
 #include "plugin/device/av_plugin/av_service.h"
-#include "runtime/reflection.h"
+#include "plugin/device/av_plugin/test/av_test.h"
 #include "runtime/runtime.h"
 
 namespace plugin {
@@ -39,40 +36,25 @@ void RunTogether(int threads, const std::function<void(int)>& body) {
     worker.join();
 }
 
-// The runtime's registry, holding the manager's first registration (made while the manager
-// is being built) until every racing thread has asked for the manager.
-class HoldingReflection : public runtime::Reflection {
- public:
-  explicit HoldingReflection(int threads) : arriving_(threads) {}
-  void Arrive() {
-    if (--arriving_ == 0)
-      all_arrived_.Signal();
-  }
-  bool ParseSignature(const std::string& signature,
-                      std::string& return_type,
-                      std::vector<std::string>& params_type) override {
-    all_arrived_.Wait();
-    return Reflection::ParseSignature(signature, return_type, params_type);
-  }
-
- private:
-  std::atomic<int> arriving_;
-  base::WaitableEvent all_arrived_{true, false};
-};
-
 // Races the first uses of both singletons; exits 0 when every thread got the same ones and
 // the manager wrote "Call Init()" once, and says what it saw on stderr.
 void FirstUseFromManyThreads() {
   logging::ScopedLogCapture capture;
   constexpr int kThreads = 8;
-  HoldingReflection reflection(kThreads);
+  // The manager's first registration, made while it is being built, waits until every
+  // thread has asked for the manager.
+  std::atomic<int> arriving{kThreads};
+  base::WaitableEvent all_arrived(true, false);
+  RecordingReflection reflection;
+  reflection.before_parse = [&all_arrived] { all_arrived.Wait(); };
   runtime::Runtime::GetInstance()->SetReflectionForTesting(&reflection);
   std::vector<AvManagerImpl*> managers(kThreads, nullptr);
   std::vector<AvService*> services(kThreads, nullptr);
   RunTogether(kThreads, [&](int i) {
     if (i % 2)
       services[i] = AvService::GetInstance();
-    reflection.Arrive();
+    if (--arriving == 0)
+      all_arrived.Signal();
     managers[i] = AvManagerImpl::GetInstance();
     services[i] = AvService::GetInstance();
   });
@@ -93,12 +75,9 @@ TEST(AvConcurrencyDeathTest, FirstUseFromManyThreadsMakesOneOfEachAndInitsOnce) 
               "Call Init\\(\\) written 1 times, one manager and one service");
 }
 
-bool DropLine(int, const char*, int, size_t, const std::string&) {
-  return true;
-}
+typedef AvTest AvConcurrencyTest;
 
-TEST(AvConcurrencyTest, DiscoveryReadsAndDisconnectionsThenOneDestroy) {
-  logging::SetLogMessageHandler(&DropLine);
+TEST_F(AvConcurrencyTest, DiscoveryReadsAndDisconnectionsThenOneDestroy) {
   AvManagerImpl* manager = AvManagerImpl::GetInstance();
   constexpr int kThreads = 6;
   constexpr int kRounds = 200;
@@ -134,7 +113,6 @@ TEST(AvConcurrencyTest, DiscoveryReadsAndDisconnectionsThenOneDestroy) {
   reader.join();
   EXPECT_EQ(0, mismatches.load());
   EXPECT_FALSE(manager->GetDeviceProperty("dev-0", &info));
-  logging::SetLogMessageHandler(nullptr);
 }
 
 }  // namespace

@@ -1,23 +1,19 @@
 // The service methods that reach the receiver, run through the TV application framework
 // against the receiver simulator registered in this process as the CEC application.
 
-#include <algorithm>
 #include <chrono>
-#include <future>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "base/synchronization/waitable_event.h"
 #include "plugin/device/av_plugin/av_service.h"
 #include "plugin/device/av_plugin/test/av_test.h"
 #include "tools/tarn-cec-sim/receiver_simulator.h"
 #include "tvapp/application_base.h"
 #include "tvapp/instance_directory.h"
-#include "tvapp/instance_server.h"
 #include "tvapp/message_handler.h"
 #include "tvapp/query_handle.h"
-#include "tvapp/test/scoped_socket_dir.h"
 
 namespace plugin {
 namespace {
@@ -74,15 +70,6 @@ class AvServiceCecTest : public AvTest {
     ASSERT_EQ(1, requests[0].message.NumOfQuery());
     EXPECT_EQ(Utf8(key), requests[0].message.entries()[0].key);
     EXPECT_EQ(value, requests[0].message.entries()[0].value);
-  }
-
-  // Invokes |method| with "device_id" = "tv" and, when |key| is given, |key| = |value|.
-  int InvokeOnTv(const char* method, const char* key, const char* value, std::string* results) {
-    base::DictionaryValue args;
-    args.SetString("device_id", "tv");
-    if (key)
-      args.SetString(key, value);
-    return Invoke(method, args, results);
   }
 
   ReceiverSimulator receiver_;
@@ -223,6 +210,11 @@ TEST_F(AvServiceCecTest, BridgeReadsEveryReplyTypeAndNeedsAReturnWhenChecking) {
 
 TEST_F(AvServiceCecTest, EachMethodSendsOneRequestAndAnswersFromItsReply) {
   typedef CMessage::Value V;
+  // Per method: its value argument, and the request it sends with its one entry.
+  const std::map<std::string, std::vector<const char*>> kExchanges = {
+      {"GetPowerState", {nullptr, kGetStatus, "powerstatus"}},
+      {"SetPowerState", {"power_state", kSetOnOff, "onoff"}},
+      {"SetSoundMode", {"sound_mode", kSetSoundMode, "sound mode"}}};
   const struct {
     const char* method;
     const char* word;  // the value argument, if any
@@ -230,127 +222,45 @@ TEST_F(AvServiceCecTest, EachMethodSendsOneRequestAndAnswersFromItsReply) {
     std::optional<long> status;  // what the receiver answers for its power, if not its own
     int code;
     const char* results;
-    const char* request;  // the request sent, with its one entry
-    const char* key;
-    V value;
+    V sent;  // the request's entry
   } rows[] = {
-      {"GetPowerState",
-       nullptr,
-       Fault::kNone,
-       {},
-       0,
-       R"({"power_state":"off"})",
-       kGetStatus,
-       "powerstatus",
-       V(0L)},
-      {"SetPowerState", "on", Fault::kNone, {}, 0, "{}", kSetOnOff, "onoff", V(true)},
-      {"GetPowerState",
-       nullptr,
-       Fault::kNone,
-       {},
-       0,
-       R"({"power_state":"on"})",
-       kGetStatus,
-       "powerstatus",
-       V(0L)},
-      {"SetPowerState", "off", Fault::kNone, {}, 0, "{}", kSetOnOff, "onoff", V(false)},
-      {"GetPowerState", nullptr, Fault::kNone, 2, 0, R"({"power_state":"on"})", kGetStatus,
-       "powerstatus", V(0L)},
-      {"GetPowerState", nullptr, Fault::kNone, -1, 0, R"({"power_state":"on"})", kGetStatus,
-       "powerstatus", V(0L)},
-      {"SetSoundMode", "Standard", Fault::kNone, {}, 0, "{}", kSetSoundMode, "sound mode", V(0L)},
-      {"SetSoundMode", "Music", Fault::kNone, {}, 0, "{}", kSetSoundMode, "sound mode", V(1L)},
-      {"SetSoundMode", "Movie", Fault::kNone, {}, 0, "{}", kSetSoundMode, "sound mode", V(2L)},
-      {"SetSoundMode", "ClearVoice", Fault::kNone, {}, 0, "{}", kSetSoundMode, "sound mode", V(3L)},
-      {"SetSoundMode", "Amplify", Fault::kNone, {}, 0, "{}", kSetSoundMode, "sound mode", V(4L)},
+      {"GetPowerState", nullptr, Fault::kNone, {}, 0, R"({"power_state":"off"})", V(0L)},
+      {"SetPowerState", "on", Fault::kNone, {}, 0, "{}", V(true)},
+      {"GetPowerState", nullptr, Fault::kNone, {}, 0, R"({"power_state":"on"})", V(0L)},
+      {"SetPowerState", "off", Fault::kNone, {}, 0, "{}", V(false)},
+      {"GetPowerState", nullptr, Fault::kNone, 2, 0, R"({"power_state":"on"})", V(0L)},
+      {"GetPowerState", nullptr, Fault::kNone, -1, 0, R"({"power_state":"on"})", V(0L)},
+      {"SetSoundMode", "Standard", Fault::kNone, {}, 0, "{}", V(0L)},
+      {"SetSoundMode", "Music", Fault::kNone, {}, 0, "{}", V(1L)},
+      {"SetSoundMode", "Movie", Fault::kNone, {}, 0, "{}", V(2L)},
+      {"SetSoundMode", "ClearVoice", Fault::kNone, {}, 0, "{}", V(3L)},
+      {"SetSoundMode", "Amplify", Fault::kNone, {}, 0, "{}", V(4L)},
       // A refused exchange fails the method, with no results.
-      {"SetPowerState", "on", Fault::kReturnFalse, {}, 100, "{}", kSetOnOff, "onoff", V(true)},
-      {"GetPowerState", nullptr, Fault::kReturnFalse, 1, 100, "{}", kGetStatus, "powerstatus",
-       V(0L)},
-      {"SetSoundMode",
-       "Movie",
-       Fault::kReturnFalse,
-       {},
-       100,
-       "{}",
-       kSetSoundMode,
-       "sound mode",
-       V(2L)},
+      {"SetPowerState", "on", Fault::kReturnFalse, {}, 100, "{}", V(true)},
+      {"GetPowerState", nullptr, Fault::kReturnFalse, 1, 100, "{}", V(0L)},
+      {"SetSoundMode", "Movie", Fault::kReturnFalse, {}, 100, "{}", V(2L)},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.method << " " << (row.word ? row.word : ""));
+    const std::vector<const char*>& exchange = kExchanges.at(row.method);
     receiver_.SetFault(row.fault);
     if (row.status)
       receiver_.SetPowerStatusOverride(*row.status);
     else
       receiver_.ClearPowerStatusOverride();
-    const char* key = std::string(row.method) == "SetPowerState" ? "power_state" : "sound_mode";
-    std::string results;
-    capture_.Clear();
-    EXPECT_EQ(row.code, InvokeOnTv(row.method, row.word ? key : nullptr, row.word, &results));
-    EXPECT_EQ(row.results, results);
-    ExpectOneRequest(row.request, row.key, row.value);
-    const Line last = row.code   ? Error("[AV] >>> m_SendMessageToHdmiCec() is false!")
-                      : row.word ? Info(std::string(key) + " = " + row.word)
-                                 : Info("AvService::GetPowerState");
-    EXPECT_EQ(last, LinesOf(row.method).back());
-  }
-}
-
-// A request whose sender gave up changes nothing: not when the receiver was still waiting
-// out its delay, and not when the request was still waiting behind another one.
-TEST_F(AvServiceCecTest, LateRequestsLeaveTheReceiverAsItWasInProcessAndOverTheSocket) {
-  const std::string off = R"({"power_state":"off"})";
-  // Straight to the service: it runs on two threads at once, the stub on one.
-  auto power_state = [] {
     base::DictionaryValue args;
     args.SetString("device_id", "tv");
-    base::DictionaryValue results;
-    AvService::GetInstance()->GetPowerState(args, &results);
-    return Json(results);
-  };
-  ORVELL0300::ScopedSocketDir dir;
-  ORVELL0300::CInstanceServer server(&receiver_);
-  for (bool over_socket : {false, true}) {
-    SCOPED_TRACE(over_socket ? "over the socket" : "in process");
-    if (over_socket) {
-      std::string error;
-      ASSERT_TRUE(server.Start(dir.Path("cec.sock"), &error)) << error;
-      Directory()->RemoveInstance(cec_sim::kCecApplicationName);
-      ASSERT_TRUE(
-          Directory()->AddRemoteInstance(cec_sim::kCecApplicationName, dir.Path("cec.sock")));
-    }
+    if (row.word)
+      args.SetString(exchange[0], row.word);
     std::string results;
-    receiver_.SetReplyDelay(std::chrono::hours(1));
-    SetReplyTimeLimit(50);
-    EXPECT_EQ(kAvResultCecFailure, InvokeOnTv("SetPowerState", "power_state", "on", &results));
-    receiver_.SetReplyDelay(std::chrono::milliseconds(0));
-    SetReplyTimeLimit(5000);
-    EXPECT_EQ(off, power_state());
-
-    // The receiver holds a power query until released; a request sent meanwhile times out.
-    base::WaitableEvent held(true, false);
-    base::WaitableEvent release(true, false);
-    receiver_.SetRequestObserver([&](const ReceiverSimulator::Request&) {
-      held.Signal();
-      release.Wait();
-    });
-    auto first = std::async(std::launch::async, power_state);
-    held.Wait();
-    receiver_.SetRequestObserver(nullptr);
-    SetReplyTimeLimit(50);
-    EXPECT_EQ(kAvResultCecFailure, InvokeOnTv("SetSoundMode", "sound_mode", "Movie", &results));
-    SetReplyTimeLimit(5000);
-    release.Signal();
-    EXPECT_EQ(off, first.get());
-    // Served after the withdrawn request, which never reached the receiver.
-    EXPECT_EQ(off, power_state());
-    EXPECT_EQ(0, receiver_.sound_mode());
-    const auto requests = receiver_.requests();
-    EXPECT_TRUE(std::none_of(requests.begin(), requests.end(), [](const auto& request) {
-      return request.message.GetName().text() == kSetSoundMode;
-    }));
-    receiver_.ClearRequests();
+    capture_.Clear();
+    EXPECT_EQ(row.code, Invoke(row.method, args, &results));
+    EXPECT_EQ(row.results, results);
+    ExpectOneRequest(exchange[1], exchange[2], row.sent);
+    const Line last = row.code   ? Error("[AV] >>> m_SendMessageToHdmiCec() is false!")
+                      : row.word ? Info(std::string(exchange[0]) + " = " + row.word)
+                                 : Info("AvService::GetPowerState");
+    EXPECT_EQ(last, LinesOf(row.method).back());
   }
 }
 

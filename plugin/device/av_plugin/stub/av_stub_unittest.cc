@@ -1,15 +1,19 @@
-// The stub as the device layer drives it: each message decoded, handed to its handler and
-// answered, and the service methods called by name. The methods' exchanges with the
-// receiver are in av_service_cec_unittest.cc; here they are refused before any exchange.
+// The stub as the device layer drives it, with the service methods called by name, and the
+// component that opens the stubs. The methods' exchanges with the receiver are in
+// av_service_cec_unittest.cc; here they are refused before any exchange.
 
 #include "plugin/device/av_plugin/stub/av_stub.h"
 
+#include <unistd.h>
+
+#include <string>
 #include <variant>
 #include <vector>
 
-#include "plugin/device/av_plugin/av_manager_impl.h"
 #include "plugin/device/av_plugin/av_service.h"
+#include "plugin/device/av_plugin/stub/av_component.h"
 #include "plugin/device/av_plugin/test/av_test.h"
+#include "runtime/runtime.h"
 
 namespace plugin {
 namespace {
@@ -19,6 +23,7 @@ typedef AvTest AvStubTest;
 struct Absent {};
 struct Null {};
 typedef std::variant<Absent, Null, const char*, int, bool> Arg;
+const Arg kNo = Absent();
 
 void Set(base::DictionaryValue* args, const char* key, const Arg& arg) {
   if (std::holds_alternative<Null>(arg))
@@ -31,10 +36,15 @@ void Set(base::DictionaryValue* args, const char* key, const Arg& arg) {
     args->SetBoolean(key, *flag);
 }
 
-const Line kInvalid = Error("[AV] >>> Input parameter is invalid!");
-const Line kDeviceTv = Info("device_id = tv");
+std::string Text(const Arg& arg) {
+  auto* text = std::get_if<const char*>(&arg);
+  return text ? *text : std::to_string(std::get<int>(arg));
+}
 
 TEST_F(AvStubTest, ServiceMethodsByName) {
+  // Each method writes its entry line first. A refused argument (107) adds the invalid
+  // parameter line; otherwise a Set method logs device_id and its value, and a word
+  // outside its set (105) adds that it is not found.
   const struct {
     const char* method;
     Arg device_id;
@@ -42,100 +52,47 @@ TEST_F(AvStubTest, ServiceMethodsByName) {
     Arg value;
     int code;
     const char* results;
-    std::vector<Line> lines;  // after the method's entry line
   } rows[] = {
-      {"GetSpeakerVolume", "tv", nullptr, Absent(), 0, R"({"speaker_volume":0})", {}},
-      {"GetMicVolume", "", nullptr, Absent(), 0, R"({"mic_volume":0})", {}},
-      {"GetSoundMuteState", "tv", nullptr, Absent(), 0, R"({"mute_state":"not_supported"})", {}},
-      {"GetMicPower", "tv", nullptr, Absent(), 0, R"({"mic_power":"not_supported"})", {}},
-      {"GetSoundMode", "tv", nullptr, Absent(), 0, R"({"sound_mode":"not_supported"})", {}},
-      {"GetDeviceResources",
-       "tv",
-       nullptr,
-       Absent(),
-       0,
-       R"({"resources":["Information","Audio","Operation"]})",
-       {}},
-      {"SetSpeakerVolume",
-       "tv",
-       "speaker_volume",
-       -5,
-       0,
-       "{}",
-       {kDeviceTv, Info("speaker_volume = -5")}},
-      {"SetMicVolume",
-       "",
-       "mic_volume",
-       7,
-       0,
-       "{}",
-       {Info("device_id = "), Info("mic_volume = 7")}},
-      {"SetSoundMuteState",
-       "tv",
-       "mute_state",
-       "a b",
-       0,
-       "{}",
-       {kDeviceTv, Info("mute_state = a b")}},
-      {"SetMicPower", "tv", "mic_power", "", 0, "{}", {kDeviceTv, Info("mic_power = ")}},
+      {"GetSpeakerVolume", "tv", nullptr, kNo, 0, R"({"speaker_volume":0})"},
+      {"GetMicVolume", "", nullptr, kNo, 0, R"({"mic_volume":0})"},
+      {"GetSoundMuteState", "tv", nullptr, kNo, 0, R"({"mute_state":"not_supported"})"},
+      {"GetMicPower", "tv", nullptr, kNo, 0, R"({"mic_power":"not_supported"})"},
+      {"GetSoundMode", "tv", nullptr, kNo, 0, R"({"sound_mode":"not_supported"})"},
+      {"GetDeviceResources", "tv", nullptr, kNo, 0,
+       R"({"resources":["Information","Audio","Operation"]})"},
+      {"SetSpeakerVolume", "tv", "speaker_volume", -5, 0, "{}"},
+      {"SetMicVolume", "", "mic_volume", 7, 0, "{}"},
+      {"SetSoundMuteState", "tv", "mute_state", "a b", 0, "{}"},
+      {"SetMicPower", "tv", "mic_power", "", 0, "{}"},
       // A device_id missing, of another type or null, checked before the value.
-      {"GetSpeakerVolume", Absent(), nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"GetMicVolume", 5, nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"GetSoundMuteState", Null(), nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"GetMicPower", Absent(), nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"GetSoundMode", 5, nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"GetDeviceResources", Null(), nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"GetPowerState", Absent(), nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"SetSpeakerVolume", Absent(), "speaker_volume", 1, 107, "{}", {kInvalid}},
-      {"SetMicVolume", 1, "mic_volume", 1, 107, "{}", {kInvalid}},
-      {"SetSoundMuteState", Null(), "mute_state", "on", 107, "{}", {kInvalid}},
-      {"SetPowerState", Absent(), "power_state", "on", 107, "{}", {kInvalid}},
-      {"SetSoundMode", 1, "sound_mode", "Movie", 107, "{}", {kInvalid}},
+      {"GetSpeakerVolume", kNo, nullptr, kNo, 107, "{}"},
+      {"GetMicVolume", 5, nullptr, kNo, 107, "{}"},
+      {"GetSoundMuteState", Null(), nullptr, kNo, 107, "{}"},
+      {"GetMicPower", kNo, nullptr, kNo, 107, "{}"},
+      {"GetSoundMode", 5, nullptr, kNo, 107, "{}"},
+      {"GetDeviceResources", Null(), nullptr, kNo, 107, "{}"},
+      {"GetPowerState", kNo, nullptr, kNo, 107, "{}"},
+      {"SetSpeakerVolume", kNo, "speaker_volume", 1, 107, "{}"},
+      {"SetMicVolume", 1, "mic_volume", 1, 107, "{}"},
+      {"SetSoundMuteState", Null(), "mute_state", "on", 107, "{}"},
+      {"SetMicPower", kNo, "mic_power", "on", 107, "{}"},
+      {"SetPowerState", kNo, "power_state", "on", 107, "{}"},
+      {"SetSoundMode", 1, "sound_mode", "Movie", 107, "{}"},
       // A value missing or of another type.
-      {"SetSpeakerVolume", "tv", "speaker_volume", "5", 107, "{}", {kInvalid}},
-      {"SetMicVolume", "tv", nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"SetMicVolume", "tv", "mic_volume", false, 107, "{}", {kInvalid}},
-      {"SetSoundMuteState", "tv", "mute_state", true, 107, "{}", {kInvalid}},
-      {"SetMicPower", "tv", "mic_power", -5, 107, "{}", {kInvalid}},
-      {"SetMicPower", "tv", nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"SetPowerState", "tv", nullptr, Absent(), 107, "{}", {kInvalid}},
-      {"SetSoundMode", "tv", "sound_mode", Null(), 107, "{}", {kInvalid}},
+      {"SetSpeakerVolume", "tv", "speaker_volume", "5", 107, "{}"},
+      {"SetMicVolume", "tv", nullptr, kNo, 107, "{}"},
+      {"SetMicVolume", "tv", "mic_volume", false, 107, "{}"},
+      {"SetSoundMuteState", "tv", "mute_state", true, 107, "{}"},
+      {"SetMicPower", "tv", "mic_power", -5, 107, "{}"},
+      {"SetMicPower", "tv", nullptr, kNo, 107, "{}"},
+      {"SetPowerState", "tv", nullptr, kNo, 107, "{}"},
+      {"SetSoundMode", "tv", "sound_mode", Null(), 107, "{}"},
       // Words outside the accepted sets: matched exactly, case and blanks included.
-      {"SetPowerState",
-       "tv",
-       "power_state",
-       "On",
-       105,
-       "{}",
-       {kDeviceTv, Info("power_state = On"), Error("[AV] >>> 'power_state' is not found!")}},
-      {"SetPowerState",
-       "tv",
-       "power_state",
-       "on ",
-       105,
-       "{}",
-       {kDeviceTv, Info("power_state = on "), Error("[AV] >>> 'power_state' is not found!")}},
-      {"SetSoundMode",
-       "tv",
-       "sound_mode",
-       "standard",
-       105,
-       "{}",
-       {kDeviceTv, Info("sound_mode = standard"), Error("[AV] >>> 'sound_mode' is not found!")}},
-      {"SetSoundMode",
-       "tv",
-       "sound_mode",
-       "Clear Voice",
-       105,
-       "{}",
-       {kDeviceTv, Info("sound_mode = Clear Voice"), Error("[AV] >>> 'sound_mode' is not found!")}},
-      {"SetSoundMode",
-       "tv",
-       "sound_mode",
-       "",
-       105,
-       "{}",
-       {kDeviceTv, Info("sound_mode = "), Error("[AV] >>> 'sound_mode' is not found!")}},
+      {"SetPowerState", "tv", "power_state", "On", 105, "{}"},
+      {"SetPowerState", "tv", "power_state", "on ", 105, "{}"},
+      {"SetSoundMode", "tv", "sound_mode", "standard", 105, "{}"},
+      {"SetSoundMode", "tv", "sound_mode", "Clear Voice", 105, "{}"},
+      {"SetSoundMode", "tv", "sound_mode", "", 105, "{}"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.method << " " << row.code);
@@ -148,7 +105,14 @@ TEST_F(AvStubTest, ServiceMethodsByName) {
     EXPECT_EQ(row.code, Invoke(row.method, args, &results));
     EXPECT_EQ(row.results, results);
     std::vector<Line> lines = {Info(std::string("AvService::") + row.method)};
-    lines.insert(lines.end(), row.lines.begin(), row.lines.end());
+    if (row.code == kAvResultInvalidParameter) {
+      lines.push_back(Error("[AV] >>> Input parameter is invalid!"));
+    } else if (row.key) {
+      lines.push_back(Info("device_id = " + Text(row.device_id)));
+      lines.push_back(Info(row.key + (" = " + Text(row.value))));
+    }
+    if (row.code == kAvResultValueNotFound)
+      lines.push_back(Error(std::string("[AV] >>> '") + row.key + "' is not found!"));
     EXPECT_EQ(lines, LinesOf(row.method));
   }
 
@@ -160,35 +124,6 @@ TEST_F(AvStubTest, ServiceMethodsByName) {
     EXPECT_EQ("{}", results);
     EXPECT_TRUE(capture_.lines().empty());
   }
-}
-
-TEST_F(AvStubTest, EachDeviceMessageReachesItsHandler) {
-  AvManagerImpl::GetInstance()->OnDiscovery("tv-1");
-  device::_DeviceInfo info;
-  bool ok = false;
-  AvMsg_GetDeviceProperty property("tv-1", &info, &ok);
-  Exchange(&property);
-  EXPECT_TRUE(ok);
-  EXPECT_EQ("tv-1", info.device_id);
-  AvMsg_GetDeviceProperty unknown("tv-2", &info, &ok);
-  Exchange(&unknown);
-  EXPECT_FALSE(ok);
-
-  // The manager's requests, each answered true.
-  std::unique_ptr<IPC::SyncMessage> requests[] = {
-      std::make_unique<AvMsg_RegisterDeviceRequest>("a", "b", "c", &ok),
-      std::make_unique<AvMsg_UnregisterDeviceRequest>("a", "b", &ok),
-      std::make_unique<AvMsg_ManualRescanDevices>(&ok),
-      std::make_unique<AvMsg_DeleteDeviceRequest>(&ok),
-  };
-  for (const auto& request : requests) {
-    SCOPED_TRACE(request->type());
-    ok = false;
-    Exchange(request.get());
-    EXPECT_TRUE(ok);
-  }
-  AvManagerImpl::GetInstance()->Destroy();
-  AvManagerImpl::GetInstance()->RegisterMethod();
 }
 
 TEST_F(AvStubTest, OtherMessagesAreLeftToTheBase) {
@@ -206,6 +141,50 @@ TEST_F(AvStubTest, OtherMessagesAreLeftToTheBase) {
   ASSERT_EQ(1u, stub_.sent.size());
   EXPECT_TRUE(stub_.sent[0]->is_reply_error());
   EXPECT_EQ(77, IPC::SyncMessage::GetMessageId(*stub_.sent[0]));
+}
+
+TEST_F(AvStubTest, EachOpenLinkOfTheComponentAddsOneStubInOrder) {
+  AvComponent component;
+  const std::string path = "/tmp/tarn-av-stub-" + std::to_string(getpid());
+  EXPECT_TRUE(component.OpenLink(path + "-a", IPC::Channel::MODE_NAMED_SERVER));
+  EXPECT_FALSE(component.OpenLink("/nonexistent/link", IPC::Channel::MODE_NAMED_SERVER));
+  EXPECT_TRUE(component.OpenLink(path + "-b", IPC::Channel::MODE_NAMED_SERVER));
+  ASSERT_EQ(2u, AvStub::stubs_.size());
+  EXPECT_EQ(path + "-a", AvStub::stubs_[0]->channel_name());
+  EXPECT_EQ(path + "-b", AvStub::stubs_[1]->channel_name());
+  EXPECT_EQ(Info("Av OpenLink " + path + "-b\n"), LinesOf("OpenLink").back());
+  EXPECT_TRUE(AvStub::DestroyDefault());
+  EXPECT_TRUE(AvStub::stubs_.empty());
+}
+
+// A component that leaves everything but Destroy to the base.
+class BareComponent : public runtime::BaseComponent {
+ public:
+  bool Destroy() override { return true; }
+  runtime::Runtime* runtime() const { return runtime_; }
+};
+
+TEST_F(AvStubTest, ComponentBaseDefaultsAndItsDestructorLine) {
+  auto* component = new BareComponent;
+  int marker = 0;
+  void* out = &marker;
+  EXPECT_FALSE(component->QueryInterface("plugin_manager_itf", &out));
+  EXPECT_EQ(&marker, out);
+  EXPECT_TRUE(component->Start());
+  EXPECT_STREQ("", component->GetComponentId());
+  EXPECT_FALSE(component->OpenLink("/tmp/unused", IPC::Channel::MODE_NAMED_SERVER));
+  runtime::Runtime* runtime = runtime::Runtime::GetInstance();
+  EXPECT_TRUE(component->Init(runtime));
+  EXPECT_EQ(runtime, component->runtime());
+  EXPECT_FALSE(component->Init(nullptr));
+  EXPECT_EQ(nullptr, component->runtime());
+
+  capture_.Clear();
+  delete component;
+  const auto lines = capture_.lines();
+  ASSERT_EQ(1u, lines.size());
+  EXPECT_EQ(logging::LOG_ERROR, lines[0].severity);
+  EXPECT_EQ(0u, lines[0].message.find(": COMPONENT_DESTROY is called")) << lines[0].message;
 }
 
 }  // namespace

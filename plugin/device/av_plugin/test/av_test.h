@@ -1,9 +1,11 @@
-// What the plugin's unit tests share: a fixture that lets every module line through and
-// captures what is written, and the lines one function wrote.
+// What the plugin's unit tests share: a fixture that lets every module line through,
+// captures what is written and drives a stub without a channel, and a registry that notes
+// the calls made of it.
 
 #ifndef PLUGIN_DEVICE_AV_PLUGIN_TEST_AV_TEST_H_
 #define PLUGIN_DEVICE_AV_PLUGIN_TEST_AV_TEST_H_
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -17,6 +19,7 @@
 #include "plugin/device/av_plugin/av_log.h"
 #include "plugin/device/av_plugin/stub/av_messages.h"
 #include "plugin/device/av_plugin/stub/av_stub.h"
+#include "runtime/reflection.h"
 
 namespace plugin {
 
@@ -34,6 +37,53 @@ inline std::string Json(const base::Value& value) {
   base::JSONWriter::Write(&value, &json);
   return json;
 }
+
+// The runtime's registry, noting each call the manager makes of it.
+class RecordingReflection : public runtime::Reflection {
+ public:
+  bool ParseSignature(const std::string& signature,
+                      std::string& return_type,
+                      std::vector<std::string>& params_type) override {
+    if (before_parse)
+      before_parse();
+    calls.push_back("Parse " + signature);
+    return Reflection::ParseSignature(signature, return_type, params_type);
+  }
+  bool AddMethod(const std::string& component,
+                 const std::string& class_name,
+                 const std::string& method,
+                 const std::string& return_type,
+                 const std::vector<std::string>& params_type,
+                 runtime::FunctionMethodContainerBase* container) override {
+    Note("Add", component, class_name, method, return_type, params_type);
+    return Reflection::AddMethod(component, class_name, method, return_type, params_type,
+                                 container);
+  }
+  bool RemoveMethod(const std::string& component,
+                    const std::string& class_name,
+                    const std::string& method,
+                    const std::string& return_type,
+                    const std::vector<std::string>& params_type) override {
+    Note("Remove", component, class_name, method, return_type, params_type);
+    return Reflection::RemoveMethod(component, class_name, method, return_type, params_type);
+  }
+
+  // "Verb component/class/method return_type, parameter..."
+  void Note(const std::string& verb,
+            const std::string& component,
+            const std::string& class_name,
+            const std::string& method,
+            const std::string& return_type,
+            const std::vector<std::string>& params_type) {
+    std::string call = verb + " " + component + "/" + class_name + "/" + method + " " + return_type;
+    for (const std::string& param : params_type)
+      call += ", " + param;
+    calls.push_back(call);
+  }
+
+  std::vector<std::string> calls;
+  std::function<void()> before_parse;  // if set, runs first in each ParseSignature
+};
 
 // The stub, keeping what it sends instead of writing it to a channel.
 class RecordingStub : public AvStub {
