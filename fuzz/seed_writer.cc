@@ -1,5 +1,5 @@
 // Writes the fuzzers' seed corpus: for each fuzz target a few well-formed inputs, made
-// with the catalogue's own constructors and reply writers, under <dir>/<target>/.
+// with the messages' own encoders, under <dir>/<target>/.
 //
 //   fuzz_seed_writer fuzz/corpus
 
@@ -23,41 +23,38 @@ namespace {
 
 std::string g_root;
 
-bool MakeDir(const std::string& path) {
-  return mkdir(path.c_str(), 0755) == 0 || errno == EEXIST;
+void Fail(const std::string& what) {
+  std::perror(what.c_str());
+  std::exit(1);
 }
 
 void WriteSeed(const std::string& target, const std::string& name, const std::string& bytes) {
   const std::string dir = g_root + "/" + target;
-  if (!MakeDir(dir)) {
-    std::perror(dir.c_str());
-    std::exit(1);
-  }
+  if (mkdir(dir.c_str(), 0755) != 0 && errno != EEXIST)
+    Fail(dir);
   const std::string path = dir + "/" + name;
   FILE* file = std::fopen(path.c_str(), "wb");
   if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() ||
       std::fclose(file) != 0) {
-    std::perror(path.c_str());
-    std::exit(1);
+    Fail(path);
   }
 }
 
-// The request's payload (message id included), and the payload of its reply carrying
-// |reply|. Takes ownership of |request|.
+// The seeds of one message's request and reply fuzzers: the payloads, message id included,
+// of |request| and of its reply |reply|.
 template <class Msg>
-void WriteMessageSeeds(const std::string& op,
-                       const std::string& name,
-                       Msg* request,
+void WriteMessageSeeds(const char* op,
+                       const char* name,
+                       const typename Msg::SendParam& request,
                        const typename Msg::ReplyParam& reply) {
-  std::unique_ptr<Msg> owned(request);
-  WriteSeed("av_" + op + "_request_fuzzer", name, fuzz::PayloadOf(*request));
-  std::unique_ptr<IPC::Message> reply_msg(IPC::SyncMessage::GenerateReply(request));
-  Msg::Schema::WriteReplyParam(reply_msg.get(), reply);
-  WriteSeed("av_" + op + "_reply_fuzzer", name, fuzz::PayloadOf(*reply_msg));
+  const std::string target = std::string("av_") + op;
+  WriteSeed(target + "_request_fuzzer", name,
+            fuzz::SyncPayload(&Msg::Schema::WriteSendParam, request));
+  WriteSeed(target + "_reply_fuzzer", name,
+            fuzz::SyncPayload(&Msg::Schema::WriteReplyParam, reply));
 }
 
-base::DictionaryValue* EveryKindOfValue() {
-  base::DictionaryValue* dict = new base::DictionaryValue;
+void AddEveryKindOfValue(base::DictionaryValue* dict) {
   dict->Set("null", base::Value::CreateNullValue());
   dict->SetBoolean("boolean", true);
   dict->SetInteger("integer", -7);
@@ -68,44 +65,40 @@ base::DictionaryValue* EveryKindOfValue() {
   list->Append(base::Value::CreateIntegerValue(1));
   list->Append(new base::DictionaryValue);
   dict->Set("list", list);
-  return dict;
 }
 
 void WriteValueSeeds() {
-  std::unique_ptr<base::DictionaryValue> all(EveryKindOfValue());
-  base::DictionaryValue empty;
+  base::DictionaryValue all;
+  AddEveryKindOfValue(&all);
   base::ListValue nested;
   base::ListValue* inner = new base::ListValue;
   inner->Append(base::Value::CreateStringValue("deep"));
   nested.Append(inner);
-  const base::Value* values[] = {all.get(), &empty, &nested};
-  const char* names[] = {"every_kind", "empty_dictionary", "nested_list"};
-  for (size_t i = 0; i < 3; ++i) {
+  base::DictionaryValue empty;
+  const std::pair<const char*, const base::Value*> seeds[] = {
+      {"every_kind", &all}, {"empty_dictionary", &empty}, {"nested_list", &nested}};
+  for (const auto& [name, value] : seeds) {
     IPC::Message msg;
-    IPC::WriteParam(&msg, *values[i]);
-    WriteSeed("value_pickle_fuzzer", names[i], fuzz::PayloadOf(msg));
+    IPC::WriteParam(&msg, *value);
+    WriteSeed("value_pickle_fuzzer", name, fuzz::PayloadOf(msg));
   }
 }
 
 void WriteCatalogueSeeds() {
-  base::DictionaryValue results;
-  int code = 0;
-  device::_DeviceInfo info;
-  bool flag = false;
-
-  base::DictionaryValue volume_args;
-  volume_args.SetString("device_id", "tv-1");
-  AvMsg_ServiceInvoke::ReplyParam volume;
-  volume.a.SetInteger("speaker_volume", 0);
-  WriteMessageSeeds("service_invoke", "get_speaker_volume",
-                    new AvMsg_ServiceInvoke("GetSpeakerVolume", volume_args, &results, &code),
-                    volume);
-  std::unique_ptr<base::DictionaryValue> all(EveryKindOfValue());
+  AvMsg_ServiceInvoke::SendParam volume;
+  volume.a = "GetSpeakerVolume";
+  volume.b.SetString("device_id", "tv-1");
+  AvMsg_ServiceInvoke::ReplyParam volume_reply;
+  volume_reply.a.SetInteger("speaker_volume", 0);
+  WriteMessageSeeds<AvMsg_ServiceInvoke>("service_invoke", "get_speaker_volume", volume,
+                                         volume_reply);
+  AvMsg_ServiceInvoke::SendParam every;
+  every.a = "SetPowerState";
+  AddEveryKindOfValue(&every.b);
   AvMsg_ServiceInvoke::ReplyParam copy;
-  copy.a.Set("copy", all->DeepCopy());
+  copy.a.Set("copy", every.b.DeepCopy());
   copy.b = 107;
-  WriteMessageSeeds("service_invoke", "every_kind",
-                    new AvMsg_ServiceInvoke("SetPowerState", *all, &results, &code), copy);
+  WriteMessageSeeds<AvMsg_ServiceInvoke>("service_invoke", "every_kind", every, copy);
 
   device::_DeviceInfo record;
   record.device_id = "tv-1";
@@ -114,23 +107,22 @@ void WriteCatalogueSeeds() {
   record.discovery_datetime = "2024-01-02 03:04:05";
   record.number_21 = 30;
   record.rdf_properties = "{\"power\":\"on\"}";
-  WriteMessageSeeds("get_device_property", "found",
-                    new AvMsg_GetDeviceProperty("tv-1", &info, &flag), MakeTuple(record, true));
-  WriteMessageSeeds("get_device_property", "not_found",
-                    new AvMsg_GetDeviceProperty("", &info, &flag),
-                    MakeTuple(device::_DeviceInfo(), false));
-
-  WriteMessageSeeds("register_device", "three",
-                    new AvMsg_RegisterDeviceRequest("tv-1", "av_plugin", "AV", &flag),
-                    MakeTuple(true));
-  WriteMessageSeeds("register_device", "empty", new AvMsg_RegisterDeviceRequest("", "", "", &flag),
-                    MakeTuple(false));
-  WriteMessageSeeds("unregister_device", "two",
-                    new AvMsg_UnregisterDeviceRequest("tv-1", "av_plugin", &flag), MakeTuple(true));
-  WriteMessageSeeds("manual_rescan", "plain", new AvMsg_ManualRescanDevices(&flag),
-                    MakeTuple(true));
-  WriteMessageSeeds("delete_device", "plain", new AvMsg_DeleteDeviceRequest(&flag),
-                    MakeTuple(false));
+  const std::string tv = "tv-1";
+  const std::string plugin = "av_plugin";
+  const std::string none;
+  WriteMessageSeeds<AvMsg_GetDeviceProperty>("get_device_property", "found", MakeTuple(tv),
+                                             MakeTuple(record, true));
+  WriteMessageSeeds<AvMsg_GetDeviceProperty>("get_device_property", "not_found", MakeTuple(none),
+                                             MakeTuple(device::_DeviceInfo(), false));
+  WriteMessageSeeds<AvMsg_RegisterDeviceRequest>(
+      "register_device", "three", MakeTuple(tv, plugin, std::string("AV")), MakeTuple(true));
+  WriteMessageSeeds<AvMsg_RegisterDeviceRequest>("register_device", "empty",
+                                                 MakeTuple(none, none, none), MakeTuple(false));
+  WriteMessageSeeds<AvMsg_UnregisterDeviceRequest>("unregister_device", "two",
+                                                   MakeTuple(tv, plugin), MakeTuple(true));
+  WriteMessageSeeds<AvMsg_ManualRescanDevices>("manual_rescan", "plain", Tuple0(), MakeTuple(true));
+  WriteMessageSeeds<AvMsg_DeleteDeviceRequest>("delete_device", "plain", Tuple0(),
+                                               MakeTuple(false));
 }
 
 // The whole serialised message, header included, as it travels on a channel.
@@ -155,22 +147,22 @@ void WriteFramingSeeds() {
 
 void WriteWireSeeds() {
   namespace wire = ORVELL0300::wire;
-  const OCString::ETextEncoding utf8 = OCString::kTextEncodingUtf8;
+  auto utf8 = [](const char* text) { return OCString(text, OCString::kTextEncodingUtf8); };
   wire::Frame request;
   request.request_id = 7;
   request.message_type = 20792;
-  request.message.SetName(OCString("n", utf8));
-  request.message.MakeResult(OCString("b", utf8), true);
+  request.message.SetName(utf8("n"));
+  request.message.MakeResult(utf8("b"), true);
   wire::Frame reply;
   reply.kind = wire::kReplyFrame;
   reply.request_id = 7;
   reply.message_type = -3;
-  reply.message.SetName(OCString("caf\xc3\xa9", utf8));
-  reply.message.MakeResult(OCString("s", utf8), OCString("", utf8));
-  reply.message.MakeResult(OCString("t", utf8), "text");
-  reply.message.MakeResult(OCString("l", utf8), -2147483647L - 1);
-  reply.message.MakeResult(OCString("f", utf8), -0.25f);
-  reply.message.MakeResult(OCString("b", utf8), false);
+  reply.message.SetName(utf8("caf\xc3\xa9"));
+  reply.message.MakeResult(utf8("s"), utf8(""));
+  reply.message.MakeResult(utf8("t"), "text");
+  reply.message.MakeResult(utf8("l"), -2147483647L - 1);
+  reply.message.MakeResult(utf8("f"), -0.25f);
+  reply.message.MakeResult(utf8("b"), false);
   std::string one;
   std::string stream;
   if (!wire::EncodeFrame(request, &one) || !wire::EncodeFrame(request, &stream) ||
@@ -189,10 +181,9 @@ void WriteControlSeeds() {
   ControlMsg_InvokeMethod invoke("av_plugin", "AvManagerImpl", "OnDiscovery", "tv-1", &status,
                                  &result);
   WriteSeed(target, "invoke_request", fuzz::PayloadOf(invoke));
-  std::unique_ptr<IPC::Message> invoked(IPC::SyncMessage::GenerateReply(&invoke));
-  ControlMsg_InvokeMethod::Schema::WriteReplyParam(
-      invoked.get(), ControlMsg_InvokeMethod::ReplyParam(control::kInvokeOk, true));
-  WriteSeed(target, "invoke_reply", fuzz::PayloadOf(*invoked));
+  WriteSeed(target, "invoke_reply",
+            fuzz::SyncPayload(&ControlMsg_InvokeMethod::Schema::WriteReplyParam,
+                              ControlMsg_InvokeMethod::ReplyParam(control::kInvokeOk, true)));
   ControlMsg_Subscribe subscribe(ControlMsg_Subscribe::kAllEvents, &result);
   WriteSeed(target, "subscribe_request", fuzz::PayloadOf(subscribe));
   WriteSeed(target, "event", fuzz::PayloadOf(ControlMsg_Event(35, {"tv-1", "av_plugin", ""})));
@@ -206,10 +197,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   g_root = argv[1];
-  if (!MakeDir(g_root)) {
-    std::perror(argv[1]);
-    return 1;
-  }
+  if (mkdir(g_root.c_str(), 0755) != 0 && errno != EEXIST)
+    Fail(g_root);
   WriteValueSeeds();
   WriteCatalogueSeeds();
   WriteFramingSeeds();

@@ -11,7 +11,7 @@ Runtime* Runtime::GetInstance() {
   return Singleton<Runtime, LeakySingletonTraits<Runtime>, Runtime>::get();
 }
 
-Runtime::Runtime() : reflection_(new Reflection) {}
+Runtime::Runtime() : reflection_(new Reflection), offered_reflection_(reflection_) {}
 
 Runtime::~Runtime() = default;
 
@@ -52,11 +52,11 @@ void Runtime::StopThreads() {
 }
 
 Reflection* Runtime::GetReflection() {
-  return reflection_offered_.load() ? reflection_ : nullptr;
+  return offered_reflection_.load();
 }
 
-void Runtime::SetReflectionOfferedForTesting(bool offered) {
-  reflection_offered_.store(offered);
+void Runtime::SetReflectionForTesting(Reflection* reflection) {
+  offered_reflection_.store(reflection);
 }
 
 }  // namespace runtime

@@ -53,9 +53,9 @@ class Runtime {
   // or null when the runtime offers none.
   virtual Reflection* GetReflection();
 
-  // Whether GetReflection() offers the registry (true at start). For tests of components
-  // in a runtime without a registry.
-  void SetReflectionOfferedForTesting(bool offered);
+  // Makes GetReflection() offer |reflection| (not owned; null for none) from now on. For
+  // tests of components; they put back what GetReflection() gave before.
+  void SetReflectionForTesting(Reflection* reflection);
 
  protected:
   Runtime();
@@ -68,7 +68,7 @@ class Runtime {
   std::unique_ptr<base::Thread> threads_[kThreadCount];  // guarded by |threads_lock_|
 
   Reflection* const reflection_;  // owned; lives as long as the process, like the runtime
-  std::atomic<bool> reflection_offered_{true};
+  std::atomic<Reflection*> offered_reflection_;  // what GetReflection() gives
 
   mutable std::mutex options_lock_;
   std::map<std::string, std::string> options_;  // guarded by |options_lock_|

@@ -2,92 +2,104 @@
 // in CI (CTest label "concurrency").
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "base/logging.h"
+#include "base/synchronization/waitable_event.h"
 #include "device/device_info.h"
-#include "gtest/gtest.h"
 #include "plugin/device/av_plugin/av_manager_impl.h"
 #include "plugin/device/av_plugin/av_service.h"
+#include "plugin/device/av_plugin/test/av_test.h"
+#include "runtime/runtime.h"
 
 namespace plugin {
 namespace {
 
-bool DropLine(int, const char*, int, size_t, const std::string&) {
-  return true;
-}
-
-void StartTogether(int threads, const std::function<void(int)>& body) {
-  std::atomic<bool> go{false};
+// Runs |body|(i) on |threads| threads, released together once all of them have started.
+void RunTogether(int threads, const std::function<void(int)>& body) {
+  std::atomic<int> starting{threads};
+  base::WaitableEvent go(true, false);
   std::vector<std::thread> workers;
   for (int i = 0; i < threads; ++i) {
-    workers.emplace_back([&go, &body, i] {
-      while (!go.load()) {
-        std::this_thread::yield();
-      }
+    workers.emplace_back([&, i] {
+      if (--starting == 0)
+        go.Signal();
+      go.Wait();
       body(i);
     });
   }
-  go.store(true);
   for (auto& worker : workers)
     worker.join();
 }
 
-// Must run first in this process: nothing has created the singletons yet.
-TEST(AvConcurrencyTest, FirstUseOfBothSingletonsFromManyThreads) {
-  logging::SetLogMessageHandler(&DropLine);
-  constexpr int kThreads = 12;
+// Races the first uses of both singletons; exits 0 when every thread got the same ones and
+// the manager wrote "Call Init()" once, and says what it saw on stderr.
+void FirstUseFromManyThreads() {
+  logging::ScopedLogCapture capture;
+  constexpr int kThreads = 8;
+  // The manager's first registration, made while it is being built, waits until every
+  // thread has asked for the manager.
+  std::atomic<int> arriving{kThreads};
+  base::WaitableEvent all_arrived(true, false);
+  RecordingReflection reflection;
+  reflection.before_parse = [&all_arrived] { all_arrived.Wait(); };
+  runtime::Runtime::GetInstance()->SetReflectionForTesting(&reflection);
   std::vector<AvManagerImpl*> managers(kThreads, nullptr);
   std::vector<AvService*> services(kThreads, nullptr);
-  StartTogether(kThreads, [&](int i) {
-    if (i % 2) {
+  RunTogether(kThreads, [&](int i) {
+    if (i % 2)
       services[i] = AvService::GetInstance();
-      managers[i] = AvManagerImpl::GetInstance();
-    } else {
-      managers[i] = AvManagerImpl::GetInstance();
-      services[i] = AvService::GetInstance();
-    }
+    if (--arriving == 0)
+      all_arrived.Signal();
+    managers[i] = AvManagerImpl::GetInstance();
+    services[i] = AvService::GetInstance();
   });
-  for (int i = 0; i < kThreads; ++i) {
-    EXPECT_EQ(managers[0], managers[i]);
-    EXPECT_EQ(services[0], services[i]);
-  }
-  EXPECT_NE(nullptr, managers[0]);
+  bool same = managers[0] != nullptr && services[0] != nullptr;
+  for (int i = 1; i < kThreads; ++i)
+    same = same && managers[i] == managers[0] && services[i] == services[0];
+  const int inits = capture.Count(" #av#Init#  Call Init()");
+  std::fprintf(stderr, "Call Init() written %d times, %s\n", inits,
+               same ? "one manager and one service" : "several instances");
+  std::exit(same && inits == 1 ? 0 : 1);
 }
 
-TEST(AvConcurrencyTest, DiscoveryReadsAndDisconnectionsThenOneDestroy) {
-  logging::SetLogMessageHandler(&DropLine);
+// The race runs in a new process (the death test style "threadsafe" starts the test
+// program again for it), where nothing has used the singletons yet.
+TEST(AvConcurrencyDeathTest, FirstUseFromManyThreadsMakesOneOfEachAndInitsOnce) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(FirstUseFromManyThreads(), testing::ExitedWithCode(0),
+              "Call Init\\(\\) written 1 times, one manager and one service");
+}
+
+typedef AvTest AvConcurrencyTest;
+
+TEST_F(AvConcurrencyTest, DiscoveryReadsAndDisconnectionsThenOneDestroy) {
   AvManagerImpl* manager = AvManagerImpl::GetInstance();
   constexpr int kThreads = 6;
   constexpr int kRounds = 200;
   std::atomic<int> mismatches{0};
-  StartTogether(kThreads, [&](int thread) {
+  RunTogether(kThreads, [&](int thread) {
     for (int round = 0; round < kRounds; ++round) {
       const std::string id = "dev-" + std::to_string((thread + round) % 10);
-      switch (thread % 3) {
-        case 0:
-          manager->OnDiscovery(id);
-          break;
-        case 1: {
-          device::_DeviceInfo info;
-          if (manager->GetDeviceProperty(id, &info) &&
-              (info.device_id != id || info.number_21 != 30)) {
-            mismatches.fetch_add(1);
-          }
-          break;
-        }
-        default:
-          manager->OnDeviceDisconnection(id);
-      }
+      device::_DeviceInfo info;
+      if (thread % 3 == 0)
+        manager->OnDiscovery(id);
+      else if (thread % 3 == 2)
+        manager->OnDeviceDisconnection(id);
+      else if (manager->GetDeviceProperty(id, &info) &&
+               (info.device_id != id || info.number_21 != 30))
+        mismatches.fetch_add(1);
     }
   });
   EXPECT_EQ(0, mismatches.load());
   device::_DeviceInfo info;
   EXPECT_TRUE(manager->GetDeviceProperty("dev-0", &info));
 
-  // Readers keep reading while Destroy empties the registry.
+  // A reader keeps reading while Destroy empties the registry.
   std::atomic<bool> stop{false};
   std::thread reader([&] {
     while (!stop.load()) {

@@ -2,23 +2,20 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "base/test/log_capture.h"
 #include "base/time/time.h"
-#include "base/values.h"
 #include "device/device_info.h"
 #include "event/event.h"
 #include "event/event_manager.h"
-#include "gtest/gtest.h"
-#include "plugin/device/av_plugin/av_log.h"
-#include "runtime/reflection.h"
+#include "plugin/device/av_plugin/test/av_test.h"
 #include "runtime/runtime.h"
 
 namespace plugin {
 namespace {
+
+typedef std::vector<std::string> Strings;
 
 // 2014-05-09 07:05:03 UTC, then one second later on each call.
 int g_clock_calls = 0;
@@ -26,25 +23,23 @@ base::Time SteppingClock() {
   return base::Time::FromTimeT(1399619103 + g_clock_calls++);
 }
 
-struct Published {
-  int id;
-  std::vector<std::string> strings;
-};
-
-class AvManagerImplTest : public testing::Test {
+class AvManagerImplTest : public AvTest {
  protected:
   void SetUp() override {
+    AvTest::SetUp();
     setenv("TZ", "UTC", 1);
     tzset();
     g_clock_calls = 0;
     base::Time::SetNowFunctionForTesting(&SteppingClock);
-    logging::SetMinLogLevel(logging::LOG_INFO);
-    av::log_level = 0;
+    // Each event as its id, then the strings of its payload.
     subscription_ = evt::EventManager::GetInstance()->Subscribe(
         evt::EventManager::kAllEvents, [this](const evt::Event& event) {
-          published_.push_back(Published{event.id(), event.ReadStrings()});
+          Strings published = event.ReadStrings();
+          published.insert(published.begin(), std::to_string(event.id()));
+          published_.push_back(published);
         });
     manager_ = AvManagerImpl::GetInstance();
+    capture_.Clear();
   }
   void TearDown() override {
     evt::EventManager::GetInstance()->Unsubscribe(subscription_);
@@ -55,13 +50,12 @@ class AvManagerImplTest : public testing::Test {
   }
 
   AvManagerImpl* manager_ = nullptr;
-  std::vector<Published> published_;
+  std::vector<Strings> published_;
   int subscription_ = 0;
 };
 
 TEST_F(AvManagerImplTest, DiscoveryRecordsTheDeviceAndPublishesEvent35) {
   const std::string id = std::string("tv \"1\"\\\x01\n\xC3\xA9<", 12);
-  logging::ScopedLogCapture capture;
   EXPECT_TRUE(manager_->OnDiscovery(id));
 
   device::_DeviceInfo info;
@@ -79,46 +73,47 @@ TEST_F(AvManagerImplTest, DiscoveryRecordsTheDeviceAndPublishesEvent35) {
       "Device.owl#originalId\",\"type\":\"http://www.w3.org/2001/XMLSchema#string\",\"value\":"
       "\"tv \\\"1\\\"\\\\\\u0001\\n\\u00E9\\u003C\"}]}";
   EXPECT_EQ(expected, info);
-
-  ASSERT_EQ(1u, published_.size());
-  EXPECT_EQ(35, published_[0].id);
-  EXPECT_EQ((std::vector<std::string>{id, "av_plugin"}), published_[0].strings);
+  EXPECT_EQ((std::vector<Strings>{{"35", id, "av_plugin"}}), published_);
 
   const std::string prefix = " #av#OnDiscovery#  ";
-  const std::vector<std::string> lines = {prefix + "AvManagerImpl OnDiscovery()",
-                                          prefix + "rdf_properties = " + info.rdf_properties,
-                                          prefix + "EventPublished: 35, device_id = " + id,
-                                          " #av#GetDeviceProperty#  stub: GetDeviceProperty"};
-  EXPECT_EQ(lines, capture.messages());
+  const Strings lines = {prefix + "AvManagerImpl OnDiscovery()",
+                         prefix + "rdf_properties = " + info.rdf_properties,
+                         prefix + "EventPublished: 35, device_id = " + id,
+                         " #av#GetDeviceProperty#  stub: GetDeviceProperty"};
+  EXPECT_EQ(lines, capture_.messages());
 }
 
-TEST_F(AvManagerImplTest, RediscoveryReplacesAndDisconnectionKeepsTheRecord) {
+TEST_F(AvManagerImplTest, RediscoveryReplacesDisconnectionKeepsAndReadsFindOnlyTheRecord) {
   EXPECT_TRUE(manager_->OnDiscovery("tv-1"));
   EXPECT_TRUE(manager_->OnDiscovery("tv-1"));
+  capture_.Clear();
+  EXPECT_TRUE(manager_->OnDeviceDisconnection("tv-1"));
+  EXPECT_TRUE(manager_->OnDeviceDisconnection("never-seen"));
+  EXPECT_EQ((std::vector<Strings>{{"35", "tv-1", "av_plugin"},
+                                  {"35", "tv-1", "av_plugin"},
+                                  {"37", "tv-1", "av_plugin", "2014-05-09 07:05:05"},
+                                  {"37", "never-seen", "av_plugin", "2014-05-09 07:05:06"}}),
+            published_);
+  EXPECT_EQ((std::vector<Line>{Info("AvManagerImpl::OnDeviceDisconnection"),
+                               Info("EventPublished: 37, device_id = tv-1"),
+                               Info("AvManagerImpl::OnDeviceDisconnection"),
+                               Info("EventPublished: 37, device_id = never-seen")}),
+            LinesOf("OnDeviceDisconnection"));
+
   device::_DeviceInfo info;
   ASSERT_TRUE(manager_->GetDeviceProperty("tv-1", &info));
   EXPECT_EQ("2014-05-09 07:05:04", info.discovery_datetime);
-
-  logging::ScopedLogCapture capture;
-  EXPECT_TRUE(manager_->OnDeviceDisconnection("tv-1"));
-  EXPECT_TRUE(manager_->OnDeviceDisconnection("never-seen"));
-  ASSERT_TRUE(manager_->GetDeviceProperty("tv-1", &info));
-  EXPECT_FALSE(manager_->GetDeviceProperty("never-seen", &info));
-
-  ASSERT_EQ(4u, published_.size());
-  EXPECT_EQ(35, published_[1].id);
-  EXPECT_EQ(37, published_[2].id);
-  EXPECT_EQ((std::vector<std::string>{"tv-1", "av_plugin", "2014-05-09 07:05:05"}),
-            published_[2].strings);
-  EXPECT_EQ((std::vector<std::string>{"never-seen", "av_plugin", "2014-05-09 07:05:06"}),
-            published_[3].strings);
-  EXPECT_EQ(1, capture.Count(" #av#OnDeviceDisconnection#  EventPublished: 37, device_id = tv-1"));
-  EXPECT_EQ(2, capture.Count(" #av#OnDeviceDisconnection#  AvManagerImpl::OnDeviceDisconnection"));
+  // Another id, or nowhere to write: false, and |info| is left alone.
+  info.device_id = "mine";
+  for (const char* other : {"TV-1", "", "never-seen"})
+    EXPECT_FALSE(manager_->GetDeviceProperty(other, &info)) << other;
+  EXPECT_EQ("mine", info.device_id);
+  EXPECT_FALSE(manager_->GetDeviceProperty("tv-1", nullptr));
+  EXPECT_EQ(Error("Invalid parameter."), LinesOf("GetDeviceProperty").back());
 }
 
 TEST_F(AvManagerImplTest, WithoutAnEventDiscoveryStillRecordsAndDisconnectionTakesNoTime) {
   evt::EventManager::GetInstance()->SetCreateEventFailsForTesting(true);
-  logging::ScopedLogCapture capture;
   EXPECT_FALSE(manager_->OnDiscovery("tv-2"));
   device::_DeviceInfo info;
   EXPECT_TRUE(manager_->GetDeviceProperty("tv-2", &info));
@@ -126,95 +121,76 @@ TEST_F(AvManagerImplTest, WithoutAnEventDiscoveryStillRecordsAndDisconnectionTak
   EXPECT_FALSE(manager_->OnDeviceDisconnection("tv-2"));
   EXPECT_EQ(clock_calls, g_clock_calls);
   EXPECT_TRUE(published_.empty());
-  for (const std::string& line : capture.messages())
+  for (const std::string& line : capture_.messages())
     EXPECT_EQ(std::string::npos, line.find("EventPublished")) << line;
 }
 
-TEST_F(AvManagerImplTest, PropertyReadsOfUnknownIdsOrIntoNothing) {
-  manager_->OnDiscovery("tv-3");
-  device::_DeviceInfo info;
-  info.device_id = "mine";
-  info.number_21 = 9;
-  logging::ScopedLogCapture capture;
-  EXPECT_FALSE(manager_->GetDeviceProperty("TV-3", &info));
-  EXPECT_FALSE(manager_->GetDeviceProperty("", &info));
-  EXPECT_EQ("mine", info.device_id);
-  EXPECT_EQ(9, info.number_21);
-  EXPECT_FALSE(manager_->GetDeviceProperty("tv-3", nullptr));
-  const std::string prefix = " #av#GetDeviceProperty#  ";
-  EXPECT_EQ(3, capture.Count(prefix + "stub: GetDeviceProperty"));
-  EXPECT_TRUE(capture.Has(logging::LOG_ERROR, prefix + "Invalid parameter."));
-}
+TEST_F(AvManagerImplTest, RegistersThreeMethodsCallableByNameUntilDestroy) {
+  runtime::Runtime* runtime = runtime::Runtime::GetInstance();
+  runtime::Reflection* own = runtime->GetReflection();
+  RecordingReflection reflection;
+  runtime->SetReflectionForTesting(&reflection);
+  manager_->Init();
+  EXPECT_EQ(std::vector<Line>{Info("Call Init()")}, LinesOf("Init"));
+  const Strings registered = reflection.calls;
+  reflection.calls.clear();
 
-TEST_F(AvManagerImplTest, MethodsAreCallableByNameUntilDestroy) {
-  runtime::Reflection* reflection = runtime::Runtime::GetInstance()->GetReflection();
   AvManagerImpl* through_registry = nullptr;
-  ASSERT_TRUE(reflection->Invoke("av_plugin", "AvManagerImpl", "GetInstance", &through_registry,
-                                 nullptr, nullptr));
+  ASSERT_TRUE(reflection.Invoke("av_plugin", "AvManagerImpl", "GetInstance", &through_registry,
+                                nullptr, nullptr));
   EXPECT_EQ(manager_, through_registry);
-
   std::string id = "tv-4";
   void* argv[] = {&id};
-  bool ok = false;
-  ASSERT_TRUE(
-      reflection->Invoke("av_plugin", "AvManagerImpl", "OnDiscovery", &ok, through_registry, argv));
-  EXPECT_TRUE(ok);
-  device::_DeviceInfo info;
-  EXPECT_TRUE(manager_->GetDeviceProperty("tv-4", &info));
-  ok = false;
-  ASSERT_TRUE(reflection->Invoke("av_plugin", "AvManagerImpl", "OnDeviceDisconnection", &ok,
-                                 through_registry, argv));
-  EXPECT_TRUE(ok);
-  runtime::Reflection::MethodInfo method;
-  ASSERT_TRUE(reflection->GetMethod("av_plugin", "AvManagerImpl", "OnDiscovery", &method));
-  EXPECT_EQ("bool", method.return_type);
-  EXPECT_EQ(std::vector<std::string>{"std::string"}, method.params_type);
-
-  logging::ScopedLogCapture capture;
+  bool discovered = false;
+  bool disconnected = false;
+  ASSERT_TRUE(reflection.Invoke("av_plugin", "AvManagerImpl", "OnDiscovery", &discovered,
+                                through_registry, argv));
+  ASSERT_TRUE(reflection.Invoke("av_plugin", "AvManagerImpl", "OnDeviceDisconnection",
+                                &disconnected, through_registry, argv));
+  EXPECT_TRUE(discovered && disconnected);
+  EXPECT_EQ((std::vector<Strings>{{"35", id, "av_plugin"},
+                                  {"37", id, "av_plugin", "2014-05-09 07:05:04"}}),
+            published_);
   EXPECT_TRUE(manager_->Destroy());
-  EXPECT_FALSE(manager_->GetDeviceProperty("tv-4", &info));
-  EXPECT_TRUE(capture.Has(logging::LOG_INFO, " #av#Destroy#  Destroy"));
-  EXPECT_EQ(manager_, AvManagerImpl::GetInstance());  // no new Init: still withdrawn
-  EXPECT_EQ(0u, reflection->CountMethods("av_plugin"));
-}
+  EXPECT_EQ(Info("Destroy"), LinesOf("Destroy").back());
+  EXPECT_EQ(0u, reflection.CountMethods("av_plugin"));
 
-TEST_F(AvManagerImplTest, WithoutARegistryNothingIsRegisteredAndDestroyStillEmpties) {
-  manager_->OnDiscovery("tv-5");
-  runtime::Runtime::GetInstance()->SetReflectionOfferedForTesting(false);
-  EXPECT_FALSE(manager_->UnRegisterMethod());
-  EXPECT_FALSE(manager_->RegisterMethod());
-  EXPECT_TRUE(manager_->Destroy());
-  runtime::Runtime::GetInstance()->SetReflectionOfferedForTesting(true);
-  device::_DeviceInfo info;
-  EXPECT_FALSE(manager_->GetDeviceProperty("tv-5", &info));
-  EXPECT_EQ(3u, runtime::Runtime::GetInstance()->GetReflection()->CountMethods("av_plugin"));
-}
-
-TEST_F(AvManagerImplTest, NotSupportedRequestsSucceedAndFollowThePlatformLevelOnly) {
-  DevicePluginManagerItf* itf = manager_;
-  manager_->OnDiscovery("tv-6");
-  struct Row {
-    int platform_min;
-    int module_level;
-    bool written;
+  // The same calls to register and to withdraw, the signature parsed before each.
+  auto calls = [](const std::string& verb) {
+    const std::string get_instance = "Parse plugin::AvManagerImpl * ()";
+    const std::string device_method = "Parse bool (std::string)";
+    const std::string name = verb + " av_plugin/AvManagerImpl/";
+    return Strings{get_instance,  name + "GetInstance plugin::AvManagerImpl *",
+                   device_method, name + "OnDiscovery bool, std::string",
+                   device_method, name + "OnDeviceDisconnection bool, std::string"};
   };
-  for (const Row& row : {Row{0, 2, true}, Row{1, 0, false}}) {
-    logging::SetMinLogLevel(row.platform_min);
-    av::log_level = row.module_level;
-    logging::ScopedLogCapture capture;
-    EXPECT_TRUE(itf->RegisterDeviceRequest("", "", ""));
-    EXPECT_TRUE(itf->UnregisterDeviceRequest("a", "b"));
-    EXPECT_TRUE(itf->ManualRescanDevices());
-    EXPECT_TRUE(itf->DeleteDeviceRequest());
-    const std::vector<std::string> lines = {
-        "This plugin does not support register. Return ok directly.",
-        "This plugin does not support unregister. Return ok directly.",
-        "This plugin does not support manual rescan. Return ok directly.",
-        "This plugin does not support delete. Return ok directly."};
-    EXPECT_EQ(row.written ? lines : std::vector<std::string>(), capture.messages());
-  }
+  EXPECT_EQ(calls("Add"), registered);
+  EXPECT_EQ(calls("Remove"), reflection.calls);
+
+  // Without a registry nothing is registered, and Destroy still frees the records.
+  manager_->OnDiscovery("tv-6");
+  runtime->SetReflectionForTesting(nullptr);
+  EXPECT_FALSE(manager_->RegisterMethod());
+  EXPECT_FALSE(manager_->UnRegisterMethod());
+  EXPECT_TRUE(manager_->Destroy());
+  runtime->SetReflectionForTesting(own);
   device::_DeviceInfo info;
-  EXPECT_TRUE(manager_->GetDeviceProperty("tv-6", &info));
+  EXPECT_FALSE(manager_->GetDeviceProperty("tv-6", &info));
+  EXPECT_EQ(3u, own->CountMethods("av_plugin"));
+}
+
+TEST_F(AvManagerImplTest, NotSupportedRequestsSucceedWhateverTheModuleLevel) {
+  DevicePluginManagerItf* itf = manager_;
+  av::log_level = logging::LOG_FATAL;
+  EXPECT_TRUE(itf->RegisterDeviceRequest("", "", ""));
+  EXPECT_TRUE(itf->UnregisterDeviceRequest("a", "b"));
+  EXPECT_TRUE(itf->ManualRescanDevices());
+  EXPECT_TRUE(itf->DeleteDeviceRequest());
+  const Strings lines = {"This plugin does not support register. Return ok directly.",
+                         "This plugin does not support unregister. Return ok directly.",
+                         "This plugin does not support manual rescan. Return ok directly.",
+                         "This plugin does not support delete. Return ok directly."};
+  EXPECT_EQ(lines, capture_.messages());
 }
 
 }  // namespace

@@ -67,6 +67,23 @@ struct OutVars {
   bool flag = false;
 };
 
+// Which out-variables a reply fills.
+enum Filled { kResultsAndCode, kRecordAndFlag, kFlag };
+
+// The out-variables that |filled| names, rendered the way the reply's log renders them.
+std::string Render(const OutVars& out, Filled filled) {
+  std::string l;
+  if (filled == kResultsAndCode) {
+    IPC::LogParam(out.results, &l);
+    return l + ", " + std::to_string(out.code);
+  }
+  if (filled == kRecordAndFlag) {
+    IPC::LogParam(out.info, &l);
+    l += ", ";
+  }
+  return l + (out.flag ? "true" : "false");
+}
+
 typedef void (*LogFunction)(std::string*, const IPC::Message*, std::string*);
 
 struct GoldenCase {
@@ -78,8 +95,8 @@ struct GoldenCase {
   std::function<void(IPC::Message*)> write_reply;  // as the plugin's stub writes it
   std::string reply_payload_size;
   std::string reply_params;
-  std::string reply_log;
-  std::function<void(const OutVars&)> check_out_vars;
+  std::string reply_log;  // also how the out-variables render once the reply is read
+  Filled filled;
   // Filled by Case<Msg>().
   LogFunction log = nullptr;
   std::function<bool(const IPC::Message&)> decode_request = nullptr;
@@ -126,13 +143,7 @@ std::vector<GoldenCase> GoldenCases() {
            "06000000 01000000 0e000000 73706561 6b65725f 766f6c75 6d650000"  // "speaker_volume"
            "02000000 00000000"                                               // integer 0
            "6b000000",                                                       // code 107
-           "{\"speaker_volume\":0}, 107",
-           [](const OutVars& out) {
-             int volume = -1;
-             EXPECT_TRUE(out.results.GetInteger("speaker_volume", &volume));
-             EXPECT_EQ(0, volume);
-             EXPECT_EQ(107, out.code);
-           }}),
+           "{\"speaker_volume\":0}, 107", kResultsAndCode}),
       Case<AvMsg_GetDeviceProperty>(
           {"AvMsg_GetDeviceProperty",
            [](OutVars* out) { return new AvMsg_GetDeviceProperty("tv-1", &out->info, &out->flag); },
@@ -142,13 +153,7 @@ std::vector<GoldenCase> GoldenCases() {
                                                               MakeTuple(SampleRecord(), true));
            },
            "8d000000", std::string(kSampleRecordWire) + "0000 01",
-           std::string(kSampleRecordLog) + ", true",
-           [](const OutVars& out) {
-             device::_DeviceInfo expected = SampleRecord();
-             expected.text_19.clear();
-             EXPECT_EQ(expected, out.info);
-             EXPECT_TRUE(out.flag);
-           }}),
+           std::string(kSampleRecordLog) + ", true", kRecordAndFlag}),
       Case<AvMsg_RegisterDeviceRequest>(
           {"AvMsg_RegisterDeviceRequest",
            [](OutVars* out) {
@@ -156,7 +161,7 @@ std::vector<GoldenCase> GoldenCases() {
            },
            "1b000000 ffffff7f 2e007fd4", "01000000 61000000 02000000 62630000 03000000 646566",
            "a, bc, def", BoolReply<AvMsg_RegisterDeviceRequest>(true), "05000000", "01", "true",
-           [](const OutVars& out) { EXPECT_TRUE(out.flag); }}),
+           kFlag}),
       Case<AvMsg_UnregisterDeviceRequest>(
           {"AvMsg_UnregisterDeviceRequest",
            [](OutVars* out) {
@@ -164,21 +169,20 @@ std::vector<GoldenCase> GoldenCases() {
              return new AvMsg_UnregisterDeviceRequest("x", "", &out->flag);
            },
            "10000000 ffffff7f 32007fd4", "01000000 78000000 00000000", "x, ",
-           BoolReply<AvMsg_UnregisterDeviceRequest>(false), "05000000", "00", "false",
-           [](const OutVars& out) { EXPECT_FALSE(out.flag); }}),
+           BoolReply<AvMsg_UnregisterDeviceRequest>(false), "05000000", "00", "false", kFlag}),
       Case<AvMsg_ManualRescanDevices>(
           {"AvMsg_ManualRescanDevices",
            [](OutVars* out) { return new AvMsg_ManualRescanDevices(&out->flag); },
            "04000000 ffffff7f 34007fd4", "", "", BoolReply<AvMsg_ManualRescanDevices>(true),
-           "05000000", "01", "true", [](const OutVars& out) { EXPECT_TRUE(out.flag); }}),
-      Case<AvMsg_DeleteDeviceRequest>(
-          {"AvMsg_DeleteDeviceRequest",
-           [](OutVars* out) {
-             out->flag = true;
-             return new AvMsg_DeleteDeviceRequest(&out->flag);
-           },
-           "04000000 ffffff7f 36007fd4", "", "", BoolReply<AvMsg_DeleteDeviceRequest>(false),
-           "05000000", "00", "false", [](const OutVars& out) { EXPECT_FALSE(out.flag); }}),
+           "05000000", "01", "true", kFlag}),
+      Case<AvMsg_DeleteDeviceRequest>({"AvMsg_DeleteDeviceRequest",
+                                       [](OutVars* out) {
+                                         out->flag = true;
+                                         return new AvMsg_DeleteDeviceRequest(&out->flag);
+                                       },
+                                       "04000000 ffffff7f 36007fd4", "", "",
+                                       BoolReply<AvMsg_DeleteDeviceRequest>(false), "05000000",
+                                       "00", "false", kFlag}),
   };
 }
 
@@ -189,7 +193,7 @@ IPC::Message Truncated(const IPC::Message& msg, size_t length) {
   return copy;
 }
 
-TEST(AvMessagesTest, RequestsAndRepliesOnTheWire) {
+TEST(AvMessagesTest, RequestsRepliesAndTheirLogRenderings) {
   for (const GoldenCase& c : GoldenCases()) {
     SCOPED_TRACE(c.name);
     OutVars out;
@@ -213,33 +217,22 @@ TEST(AvMessagesTest, RequestsAndRepliesOnTheWire) {
     for (size_t length = 0; length < request->payload_size() && !c.request_params.empty(); ++length)
       EXPECT_FALSE(c.decode_request(Truncated(*request, length))) << "request cut to " << length;
     ASSERT_TRUE(deserializer->SerializeOutputParameters(*reply));
-    c.check_out_vars(out);
-  }
-}
+    EXPECT_EQ(c.reply_log, Render(out, c.filled));
 
-TEST(AvMessagesTest, LogNamesTheMessageAndRendersWhatDecodes) {
-  for (const GoldenCase& c : GoldenCases()) {
-    SCOPED_TRACE(c.name);
-    OutVars out;
-    std::unique_ptr<IPC::SyncMessage> request(c.request(&out));
-    std::unique_ptr<IPC::Message> reply(IPC::SyncMessage::GenerateReply(request.get()));
-    c.write_reply(reply.get());
+    // The log names the message, with or without a rendering, and renders what decodes:
+    // nothing of a request cut short, nor of no message.
     IPC::Message cut = Truncated(*request, request->payload_size() - 1);
     cut.set_sync();
-    const struct {
-      const IPC::Message* msg;
-      std::string rendering;
-    } kLogs[] = {
+    const std::pair<const IPC::Message*, std::string> logs[] = {
         {request.get(), c.request_log}, {reply.get(), c.reply_log}, {&cut, ""}, {nullptr, ""}};
-    for (const auto& log : kLogs) {
-      // With or without a name to set, the rendering is the same.
-      for (bool with_name : {true, false}) {
-        std::string name = "unset";
-        std::string l = "> ";
-        c.log(with_name ? &name : nullptr, log.msg, &l);
-        EXPECT_EQ("> " + log.rendering, l);
-        EXPECT_EQ(with_name ? c.name : "unset", name);
-      }
+    for (const auto& [msg, rendering] : logs) {
+      std::string name;
+      std::string l = "> ";
+      c.log(&name, msg, &l);
+      EXPECT_EQ("> " + rendering, l);
+      EXPECT_EQ(c.name, name);
+      c.log(nullptr, msg, &l);
+      EXPECT_EQ("> " + rendering + rendering, l);
     }
     std::string name;
     c.log(&name, request.get(), nullptr);
@@ -247,56 +240,47 @@ TEST(AvMessagesTest, LogNamesTheMessageAndRendersWhatDecodes) {
   }
 }
 
-TEST(DeviceInfoTraitsTest, EmptyRecordAndTheLowByteOfNumber21) {
+TEST(DeviceInfoTraitsTest, WholeEmptyWideAndPartialRecords) {
+  const std::string sample = HexBytes(kSampleRecordWire);
+  ASSERT_EQ(134u, sample.size());
   // Nineteen empty strings, number_21 as a padded UInt16, then the empty rdf_properties.
-  const std::string empty_wire = std::string(76, '\0') + HexBytes("00000000 00000000");
-  IPC::Message msg;
-  IPC::WriteParam(&msg, device::_DeviceInfo());
-  EXPECT_EQ(ToHex(empty_wire), ToHex(msg.payload(), msg.payload_size()));
-  PickleIterator iter(msg);
-  device::_DeviceInfo read = SampleRecord();
-  read.text_19.clear();
-  ASSERT_TRUE(IPC::ReadParam(&msg, &iter, &read));
-  EXPECT_EQ(device::_DeviceInfo(), read);
-
-  const std::string wire = std::string(76, '\0') + HexBytes("2c010000 00000000");  // 300
-  IPC::Message wide;
-  wide.WriteBytes(wire.data(), static_cast<int>(wire.size()));
-  iter = PickleIterator(wide);
-  ASSERT_TRUE(IPC::ReadParam(&wide, &iter, &read));
-  EXPECT_EQ(44, read.number_21);
-}
-
-TEST(DeviceInfoTraitsTest, PartialReads) {
-  // Byte offsets into kSampleRecordWire: text_03 starts at 24, number_21 at 124 and
-  // rdf_properties at 128; the record ends at 134.
+  const std::string empty = std::string(76, '\0') + HexBytes("00000000 00000000");
+  const std::string wide = std::string(76, '\0') + HexBytes("2c010000 00000000");  // 300
+  IPC::Message written;
+  IPC::WriteParam(&written, device::_DeviceInfo());
+  EXPECT_EQ(ToHex(empty), ToHex(written.payload(), written.payload_size()));
+  // In the sample, text_03 starts at byte 24, number_21 at 124 and rdf_properties at 128.
   const struct {
+    const std::string& wire;
     size_t length;
     bool ok;
     const char* plugin_name;
     const char* text_03;
     int number_21;
     const char* rdf_properties;
-  } kCases[] = {
-      {0, false, "old", "old", 0, "old"},         {29, false, "av_plugin", "old", 0, "old"},
-      {125, false, "av_plugin", "AV", 0, "old"},  {126, false, "av_plugin", "AV", 30, "old"},
-      {133, false, "av_plugin", "AV", 30, "old"}, {134, true, "av_plugin", "AV", 30, "{}"},
+  } rows[] = {
+      {sample, 0, false, "old", "old", 0, "old"},
+      {sample, 29, false, "av_plugin", "old", 0, "old"},
+      {sample, 125, false, "av_plugin", "AV", 0, "old"},
+      {sample, 126, false, "av_plugin", "AV", 30, "old"},
+      {sample, 133, false, "av_plugin", "AV", 30, "old"},
+      {sample, 134, true, "av_plugin", "AV", 30, "{}"},
+      {empty, empty.size(), true, "", "", 0, ""},
+      {wide, wide.size(), true, "", "", 44, ""},  // the low byte of 300
   };
-  const std::string wire = HexBytes(kSampleRecordWire);
-  ASSERT_EQ(134u, wire.size());
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.length);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.wire.size() << "/" << row.length);
     IPC::Message msg;
-    msg.WriteBytes(wire.data(), static_cast<int>(c.length));
+    msg.WriteBytes(row.wire.data(), static_cast<int>(row.length));
     device::_DeviceInfo read;
     read.plugin_name = read.text_03 = read.text_19 = read.rdf_properties = "old";
     read.number_21 = 77;
     PickleIterator iter(msg);
-    EXPECT_EQ(c.ok, IPC::ReadParam(&msg, &iter, &read));
-    EXPECT_EQ(c.plugin_name, read.plugin_name);
-    EXPECT_EQ(c.text_03, read.text_03);
-    EXPECT_EQ(c.number_21, read.number_21);
-    EXPECT_EQ(c.rdf_properties, read.rdf_properties);
+    EXPECT_EQ(row.ok, IPC::ReadParam(&msg, &iter, &read));
+    EXPECT_EQ(row.plugin_name, read.plugin_name);
+    EXPECT_EQ(row.text_03, read.text_03);
+    EXPECT_EQ(row.number_21, read.number_21);
+    EXPECT_EQ(row.rdf_properties, read.rdf_properties);
     EXPECT_EQ("old", read.text_19);  // text_19 stays with the reader
   }
 }
