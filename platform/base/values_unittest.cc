@@ -90,29 +90,14 @@ TEST(ValuesTest, SetReplacesAndContainersOwnWhatTheyHold) {
   EXPECT_FALSE(dict.RemoveWithoutPathExpansion("list"));
 }
 
-TEST(ValuesTest, DeepCopyIsEqualAndIndependent) {
-  DictionaryValue original;
-  original.SetString("s", "text");
-  original.SetDouble("nested.d", 1.5);
+TEST(ValuesTest, EqualityTellsTypesAndContentApartAndCopiesAreDeep) {
+  DictionaryValue x;
+  x.SetInteger("x", 1);
+  x.SetDouble("nested.d", 1.5);
   auto* list = new ListValue;
   list->Append(Value::CreateBooleanValue(false));
   list->Append(BinaryValue::CreateWithCopiedBuffer("\0\1\2", 3));
-  original.Set("list", list);
-
-  std::unique_ptr<DictionaryValue> copy(original.DeepCopy());
-  EXPECT_TRUE(copy->Equals(&original));
-  EXPECT_TRUE(Value::Equals(copy.get(), &original));
-
-  copy->SetString("s", "changed");
-  EXPECT_FALSE(copy->Equals(&original));
-  std::string text;
-  EXPECT_TRUE(original.GetString("s", &text));
-  EXPECT_EQ("text", text);
-}
-
-TEST(ValuesTest, EqualityDistinguishesTypeAndContent) {
-  DictionaryValue x;
-  x.SetInteger("x", 1);
+  x.Set("list", list);
   DictionaryValue y;
   y.SetInteger("y", 1);
   const std::unique_ptr<Value> values[] = {
@@ -131,6 +116,10 @@ TEST(ValuesTest, EqualityDistinguishesTypeAndContent) {
     for (size_t j = 0; j < std::size(values); ++j)
       EXPECT_EQ(i == j, Value::Equals(copy.get(), values[j].get())) << i << " vs " << j;
   }
+  // A deep copy is independent of its original.
+  std::unique_ptr<DictionaryValue> copy(x.DeepCopy());
+  list->Append(Value::CreateNullValue());
+  EXPECT_FALSE(copy->Equals(&x));
   EXPECT_TRUE(Value::Equals(nullptr, nullptr));
   EXPECT_FALSE(Value::Equals(values[3].get(), nullptr));
 }
