@@ -1,22 +1,12 @@
 #include "base/values.h"
 
+#include <iterator>
 #include <memory>
 
 #include "gtest/gtest.h"
 
 namespace base {
 namespace {
-
-TEST(ValuesTest, TypeIdsFollowTheWireNumbering) {
-  EXPECT_EQ(0, Value::TYPE_NULL);
-  EXPECT_EQ(1, Value::TYPE_BOOLEAN);
-  EXPECT_EQ(2, Value::TYPE_INTEGER);
-  EXPECT_EQ(3, Value::TYPE_DOUBLE);
-  EXPECT_EQ(4, Value::TYPE_STRING);
-  EXPECT_EQ(5, Value::TYPE_BINARY);
-  EXPECT_EQ(6, Value::TYPE_DICTIONARY);
-  EXPECT_EQ(7, Value::TYPE_LIST);
-}
 
 TEST(ValuesTest, TypedGettersSucceedOnlyForTheExactType) {
   DictionaryValue dict;
@@ -100,48 +90,38 @@ TEST(ValuesTest, SetReplacesAndContainersOwnWhatTheyHold) {
   EXPECT_FALSE(dict.RemoveWithoutPathExpansion("list"));
 }
 
-TEST(ValuesTest, DeepCopyIsEqualAndIndependent) {
-  DictionaryValue original;
-  original.SetString("s", "text");
-  original.SetDouble("nested.d", 1.5);
+TEST(ValuesTest, EqualityTellsTypesAndContentApartAndCopiesAreDeep) {
+  DictionaryValue x;
+  x.SetInteger("x", 1);
+  x.SetDouble("nested.d", 1.5);
   auto* list = new ListValue;
   list->Append(Value::CreateBooleanValue(false));
   list->Append(BinaryValue::CreateWithCopiedBuffer("\0\1\2", 3));
-  original.Set("list", list);
-
-  std::unique_ptr<DictionaryValue> copy(original.DeepCopy());
-  EXPECT_TRUE(copy->Equals(&original));
-  EXPECT_TRUE(Value::Equals(copy.get(), &original));
-
-  copy->SetString("s", "changed");
-  EXPECT_FALSE(copy->Equals(&original));
-  std::string text;
-  EXPECT_TRUE(original.GetString("s", &text));
-  EXPECT_EQ("text", text);
-}
-
-TEST(ValuesTest, EqualityDistinguishesTypeAndContent) {
-  std::unique_ptr<Value> one(Value::CreateIntegerValue(1));
-  std::unique_ptr<Value> one_double(Value::CreateDoubleValue(1.0));
-  std::unique_ptr<Value> one_string(Value::CreateStringValue("1"));
-  std::unique_ptr<Value> another_one(Value::CreateIntegerValue(1));
-  std::unique_ptr<Value> null(Value::CreateNullValue());
-  std::unique_ptr<Value> empty_list(new ListValue);
-  std::unique_ptr<Value> empty_dict(new DictionaryValue);
-
-  EXPECT_TRUE(one->Equals(another_one.get()));
-  EXPECT_FALSE(one->Equals(one_double.get()));
-  EXPECT_FALSE(one->Equals(one_string.get()));
-  EXPECT_FALSE(null->Equals(one.get()));
-  EXPECT_FALSE(empty_list->Equals(empty_dict.get()));
+  x.Set("list", list);
+  DictionaryValue y;
+  y.SetInteger("y", 1);
+  const std::unique_ptr<Value> values[] = {
+      std::unique_ptr<Value>(Value::CreateIntegerValue(1)),
+      std::unique_ptr<Value>(Value::CreateDoubleValue(1.0)),
+      std::unique_ptr<Value>(Value::CreateStringValue("1")),
+      std::unique_ptr<Value>(Value::CreateNullValue()),
+      std::unique_ptr<Value>(new ListValue),
+      std::unique_ptr<Value>(new DictionaryValue),
+      std::unique_ptr<Value>(x.DeepCopy()),
+      std::unique_ptr<Value>(y.DeepCopy()),
+  };
+  // Each equals a copy of itself and nothing else in the list.
+  for (size_t i = 0; i < std::size(values); ++i) {
+    std::unique_ptr<Value> copy(values[i]->DeepCopy());
+    for (size_t j = 0; j < std::size(values); ++j)
+      EXPECT_EQ(i == j, Value::Equals(copy.get(), values[j].get())) << i << " vs " << j;
+  }
+  // A deep copy is independent of its original.
+  std::unique_ptr<DictionaryValue> copy(x.DeepCopy());
+  list->Append(Value::CreateNullValue());
+  EXPECT_FALSE(copy->Equals(&x));
   EXPECT_TRUE(Value::Equals(nullptr, nullptr));
-  EXPECT_FALSE(Value::Equals(null.get(), nullptr));
-
-  DictionaryValue a;
-  DictionaryValue b;
-  a.SetInteger("x", 1);
-  b.SetInteger("y", 1);
-  EXPECT_FALSE(a.Equals(&b));
+  EXPECT_FALSE(Value::Equals(values[3].get(), nullptr));
 }
 
 TEST(ValuesTest, ListGettersAreBoundsAndTypeChecked) {

@@ -104,19 +104,27 @@ CecConfig TestConfig() {
   return config;
 }
 
-// Each request: the frames it puts on the bus, what the kernel makes of them, the reply,
-// and the cause named in the error line (none when it worked).
+// Each request: the frames it puts on the bus ("|" between frames), what the kernel makes
+// of them, the reply, and the cause named in the error line (none when it worked).
 TEST(CecApplicationTest, RequestFramesOutcomesAndReplies) {
-  const char kStandby[] = "05 36";
-  const char kPressed[] = "05 44 6d";  // [Power On Function]
-  const char kReleased[] = "05 45";
-  const char kAsk[] = "05 8f -> 90 in 1000 ms";
-  const char kFalse[] = "return=false";
-  const int kQuery = ORVELL0300::kMessageTypeQuery;
+  const std::string kOff = "05 36";                   // <Standby>
+  const std::string kOn = "05 44 6d|05 45";           // [Power On Function] pressed, released
+  const std::string kAsk = "05 8f -> 90 in 1000 ms";  // <Give Device Power Status>
+  const std::string kT = "return=true";
+  const std::string kF = "return=false";
+  const std::string kStatus = "return=true power status=";
+  const Outcome kNack = Sent(kNackRetries);
+  const Outcome kArbLost = Sent(CEC_TX_STATUS_ARB_LOST | CEC_TX_STATUS_MAX_RETRIES);
+  const Outcome kFailures = Sent(CEC_TX_STATUS_LOW_DRIVE | CEC_TX_STATUS_ERROR |
+                                 CEC_TX_STATUS_TIMEOUT | CEC_TX_STATUS_MAX_RETRIES);
+  const Outcome kAborted =
+      Replied(CEC_RX_STATUS_FEATURE_ABORT | CEC_RX_STATUS_OK, {0x50, 0, 0x8f, 4});
+  const char kLate[] = "too little time left before the request's deadline; nothing sent";
+  const CMessage kVendorMode = SoundMode(2);
   const struct {
     CMessage request;
     std::vector<Outcome> kernel;
-    std::vector<std::string> frames;
+    std::string frames;
     std::string reply;
     std::string cause;
     uint8_t own_address = 0;
@@ -124,99 +132,81 @@ TEST(CecApplicationTest, RequestFramesOutcomesAndReplies) {
     int time_left_ms = 5000;
   } rows[] = {
       // Power on and off.
-      {OnOff(true), {}, {kPressed, kReleased}, "return=true", ""},
-      {OnOff(false), {}, {kStandby}, "return=true", ""},
-      {OnOff(false), {}, {"e5 36"}, "return=true", "", 14},  // a second TV
-      {OnOff(false), {}, {"f5 36"}, "return=true", "", 15},  // unregistered
+      {OnOff(true), {}, kOn, kT, ""},
+      {OnOff(false), {}, kOff, kT, ""},
+      {OnOff(false), {}, "e5 36", kT, "", 14},  // a second TV
+      {OnOff(false), {}, "f5 36", kT, "", 15},  // unregistered
       {OnOff(true),
-       {Sent(kNackRetries)},
-       {kPressed},
-       kFalse,
+       {kNack},
+       "05 44 6d",
+       kF,
        "not acknowledged: no device answers at logical address 5"},
-      {OnOff(true),
-       {Outcome(), Sent(CEC_TX_STATUS_ARB_LOST | CEC_TX_STATUS_MAX_RETRIES)},
-       {kPressed, kReleased},
-       kFalse,
-       "arbitration lost"},
-      {OnOff(false),
-       {Sent(kNackRetries)},
-       {kStandby},
-       kFalse,
-       "<Standby> to logical address 5 failed: not acknowledged"},
+      {OnOff(true), {Outcome(), kArbLost}, kOn, kF, "arbitration lost"},
+      {OnOff(false), {kNack}, kOff, kF, "<Standby> to logical address 5 failed: not acknowledged"},
       {OnOff(false),
        {Sent(CEC_TX_STATUS_ABORTED)},
-       {kStandby},
-       kFalse,
+       kOff,
+       kF,
        "aborted: the adapter was unconfigured or the HDMI cable disconnected"},
       {OnOff(false),
-       {Sent(CEC_TX_STATUS_LOW_DRIVE | CEC_TX_STATUS_ERROR | CEC_TX_STATUS_TIMEOUT |
-             CEC_TX_STATUS_MAX_RETRIES)},
-       {kStandby},
-       kFalse,
+       {kFailures},
+       kOff,
+       kF,
        "low drive: a follower signalled an error; timed out in the adapter's driver; "
        "transmit error"},
-      {OnOff(false), {Errno(ENONET)}, {kStandby}, kFalse, "it has no physical address"},
-      {OnOff(false), {Errno(ENODEV)}, {kStandby}, kFalse, "the adapter was removed"},
-      {OnOff(false), {Errno(EBUSY)}, {kStandby}, kFalse, "the adapter is busy"},
-      {OnOff(false), {}, {}, kFalse, "it has no logical address", CEC_LOG_ADDR_INVALID},
-      // The power status.
-      {PowerStatus(), {Report(0x00)}, {kAsk}, "return=true power status=1", ""},
-      {PowerStatus(), {Report(0x02)}, {kAsk}, "return=true power status=1", ""},  // to on
-      {PowerStatus(), {Report(0x01)}, {kAsk}, "return=true power status=0", ""},
-      {PowerStatus(), {Report(0x03)}, {kAsk}, "return=true power status=0", ""},  // to standby
-      {PowerStatus(), {Report(0x04)}, {kAsk}, kFalse, "carries no known power status (3 bytes)"},
-      {PowerStatus(),
-       {Replied(CEC_RX_STATUS_OK | CEC_RX_STATUS_FEATURE_ABORT, {0x50, 0x00, 0x8f, 0x04})},
-       {kAsk},
-       kFalse,
-       "refused with <Feature Abort>, reason 4"},
+      {OnOff(false), {Errno(ENONET)}, kOff, kF, "it has no physical address"},
+      {OnOff(false), {Errno(ENODEV)}, kOff, kF, "the adapter was removed"},
+      {OnOff(false), {Errno(EBUSY)}, kOff, kF, "the adapter is busy"},
+      {OnOff(false), {}, "", kF, "it has no logical address", CEC_LOG_ADDR_INVALID},
+      // The power status: on, to on, standby, to standby, unknown.
+      {PowerStatus(), {Report(0x00)}, kAsk, kStatus + "1", ""},
+      {PowerStatus(), {Report(0x02)}, kAsk, kStatus + "1", ""},
+      {PowerStatus(), {Report(0x01)}, kAsk, kStatus + "0", ""},
+      {PowerStatus(), {Report(0x03)}, kAsk, kStatus + "0", ""},
+      {PowerStatus(), {Report(0x04)}, kAsk, kF, "carries no known power status (3 bytes)"},
+      {PowerStatus(), {kAborted}, kAsk, kF, "refused with <Feature Abort>, reason 4"},
       {PowerStatus(),
        {Replied(CEC_RX_STATUS_TIMEOUT)},
-       {kAsk},
-       kFalse,
+       kAsk,
+       kF,
        "<Give Device Power Status> to logical address 5 failed: no reply within 1000 ms"},
       {PowerStatus(),
        {Replied(CEC_RX_STATUS_ABORTED)},
-       {kAsk},
-       kFalse,
+       kAsk,
+       kF,
        "the wait for the reply was aborted"},
-      {PowerStatus(), {Sent(kNackRetries)}, {kAsk}, kFalse, "not acknowledged"},
+      {PowerStatus(), {kNack}, kAsk, kF, "not acknowledged"},
       // Sound modes: only a configured vendor command goes out.
       {SoundMode(1),
        {},
-       {},
-       kFalse,
+       "",
+       kF,
        "sound mode 1 not set: HDMI-CEC has no standard sound-mode message"},
-      {SoundMode(2), {}, {"05 89 12 34"}, "return=true", ""},
-      {SoundMode(2),
-       {Sent(kNackRetries)},
-       {"05 89 12 34"},
-       kFalse,
-       "(89 12 34) to logical address 5 failed"},
+      {kVendorMode, {}, "05 89 12 34", kT, ""},
+      {kVendorMode, {kNack}, "05 89 12 34", kF, "(89 12 34) to logical address 5 failed"},
       // Requests that are not understood send nothing.
-      {Request("set_volume", "level", 3L), {}, {}, kFalse, "refused \"set_volume\""},
+      {Request("set_volume", "level", 3L), {}, "", kF, "refused \"set_volume\""},
       {Request("set_cec_receiver_on_off", "onoff", 1L),
        {},
-       {},
-       kFalse,
+       "",
+       kF,
        "refused \"set_cec_receiver_on_off\""},
       {Request("set_smart_home_sound_mode", "sound mode", true),
        {},
-       {},
-       kFalse,
+       "",
+       kF,
        "refused \"set_smart_home_sound_mode\""},
-      {OnOff(false), {}, {}, kFalse, "refused a message of type 7", 0, 7},
+      {OnOff(false), {}, "", kF, "refused a message of type 7", 0, 7},
       // Nothing goes out that the kernel could not be done with before the deadline.
       {OnOff(false),
        {},
-       {},
-       kFalse,
-       "<Standby> to logical address 5 failed: too little time left before the request's "
-       "deadline; nothing sent",
+       "",
+       kF,
+       std::string("<Standby> to logical address 5 failed: ") + kLate,
        0,
-       kQuery,
+       ORVELL0300::kMessageTypeQuery,
        2000},
-      {PowerStatus(), {}, {}, kFalse, "too little time left", 0, kQuery, 2150},
+      {PowerStatus(), {}, "", kF, kLate, 0, ORVELL0300::kMessageTypeQuery, 2150},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.request.GetName().text() + ": " + row.reply + " " + row.cause);
@@ -234,9 +224,9 @@ TEST(CecApplicationTest, RequestFramesOutcomesAndReplies) {
     application.Answer(row.type, row.request,
                        std::chrono::steady_clock::now() + milliseconds(row.time_left_ms), &reply);
 
-    std::vector<std::string> frames;
+    std::string frames;
     for (const cec_msg& message : fake->sent)
-      frames.push_back(FrameText(message));
+      frames += (frames.empty() ? "" : "|") + FrameText(message);
     EXPECT_EQ(row.frames, frames);
     EXPECT_EQ(row.reply, ReplyText(reply));
     std::string errors;

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "gtest/gtest.h"
-#include "ipc/ipc_message_utils.h"
 #include "ipc/ipc_sync_message.h"
 #include "ipc/test/hex_bytes.h"
 
@@ -13,10 +12,6 @@ namespace {
 
 using test::HexBytes;
 using test::ToHex;
-
-std::string Bytes(const Message& msg) {
-  return ToHex(msg.data(), msg.size());
-}
 
 Message FromHex(const std::string& hex) {
   const std::string data = HexBytes(hex);
@@ -27,10 +22,10 @@ TEST(MessageTest, HeaderLayout) {
   Message msg(0x7FFFFFFF, 0xD47F0024, Message::PRIORITY_NORMAL);
   msg.WriteInt(1);
   // payload_size, routing, type, flags, num_fds, pad, payload.
-  EXPECT_EQ(ToHex(HexBytes("04000000 ffffff7f 24007fd4 02000000 0000 0000 01000000")), Bytes(msg));
+  EXPECT_EQ(ToHex(HexBytes("04000000 ffffff7f 24007fd4 02000000 0000 0000 01000000")), ToHex(msg));
 
   Message hello(MSG_ROUTING_NONE, HELLO_MESSAGE_TYPE, Message::PRIORITY_NORMAL);
-  EXPECT_EQ(ToHex(HexBytes("00000000 feffffff ffff0000 02000000 0000 0000")), Bytes(hello));
+  EXPECT_EQ(ToHex(HexBytes("00000000 feffffff ffff0000 02000000 0000 0000")), ToHex(hello));
 }
 
 TEST(MessageTest, UpperFlagBitsAreIgnoredOnReadAndWrittenAsZero) {
@@ -45,7 +40,7 @@ TEST(MessageTest, UpperFlagBitsAreIgnoredOnReadAndWrittenAsZero) {
 
   msg.set_reply();
   msg.set_unblock(false);
-  EXPECT_EQ(ToHex(HexBytes("00000000 01000000 02000000 1e000000 0000 0000")), Bytes(msg));
+  EXPECT_EQ(ToHex(HexBytes("00000000 01000000 02000000 1e000000 0000 0000")), ToHex(msg));
 }
 
 TEST(MessageTest, CopiesOnlyWholeSerialisedMessages) {
@@ -99,15 +94,6 @@ TEST(SyncMessageTest, DataIteratorSkipsTheMessageId) {
   bool b;
   iter = SyncMessage::GetDataIterator(&stub);
   EXPECT_FALSE(iter.ReadBool(&b));
-}
-
-TEST(SyncMessageTest, DeserializerIsOwnedUntilReleased) {
-  int out = 0;
-  SyncMessage msg(1, 2, Message::PRIORITY_NORMAL,
-                  new ParamDeserializer<Tuple1<int&>>(MakeRefTuple(out)));
-  std::unique_ptr<MessageReplyDeserializer> deserializer(msg.GetReplyDeserializer());
-  ASSERT_TRUE(deserializer);
-  EXPECT_EQ(nullptr, msg.GetReplyDeserializer());
 }
 
 }  // namespace

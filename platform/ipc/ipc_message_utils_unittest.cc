@@ -14,11 +14,8 @@ namespace IPC {
 namespace {
 
 using test::HexBytes;
+using test::PayloadHex;
 using test::ToHex;
-
-std::string PayloadBytes(const Message& msg) {
-  return ToHex(msg.payload(), msg.payload_size());
-}
 
 // A plain message whose payload is |payload_hex|.
 Message WithPayload(const std::string& payload_hex) {
@@ -48,7 +45,7 @@ TEST(ValueTraitsTest, WritesTheTreeWithTypeIdsAndKeysInOrder) {
                            "01000000 6c000000 07000000 02000000"        // "l": list of 2
                            "00000000 04000000 01000000 78000000"        // null, "x"
                            "01000000 7a000000 05000000 01000000 ab")),  // "z": binary
-            PayloadBytes(msg));
+            PayloadHex(msg));
 
   PickleIterator iter(msg);
   base::DictionaryValue read;
@@ -218,9 +215,9 @@ TEST(SyncMessageSchemaTest, DispatchWritesTheReplyWithTheCataloguesWriter) {
   Handler handler;
 
   std::unique_ptr<Message> reply = Dispatch<DefaultSchema>(request, &handler);
-  EXPECT_EQ(ToHex(HexBytes(id + "05000000 01000000")), PayloadBytes(*reply));
+  EXPECT_EQ(ToHex(HexBytes(id + "05000000 01000000")), PayloadHex(*reply));
   reply = Dispatch<RawSchema>(request, &handler);
-  EXPECT_EQ(ToHex(HexBytes(id + "05000000 01")), PayloadBytes(*reply));
+  EXPECT_EQ(ToHex(HexBytes(id + "05000000 01")), PayloadHex(*reply));
   EXPECT_EQ(0x0Au, reply->flags());  // REPLY | PRIORITY_NORMAL
   EXPECT_EQ(3, reply->routing_id());
   EXPECT_EQ(std::vector<std::string>({"tv", "tv"}), handler.names);
@@ -240,7 +237,7 @@ TEST(SyncMessageSchemaTest, UndecodableRequestGetsAnErrorReplyAndTheProcessGoesO
   std::unique_ptr<Message> reply = Dispatch<RawSchema>(request, &handler);
   EXPECT_TRUE(handler.names.empty());
   EXPECT_EQ(0x1Au, reply->flags());  // REPLY | REPLY_ERROR | PRIORITY_NORMAL
-  EXPECT_EQ(ToHex(request.payload(), 4), PayloadBytes(*reply));  // the message id alone
+  EXPECT_EQ(ToHex(request.payload(), 4), PayloadHex(*reply));  // the message id alone
   ASSERT_EQ(1u, capture.lines().size());
   const auto line = capture.lines()[0];
   EXPECT_EQ(logging::LOG_FATAL, line.severity);

@@ -10,8 +10,6 @@
 #include <thread>
 
 #include "base/posix/unix_domain_socket.h"
-#include "base/threading/thread.h"
-#include "gtest/gtest.h"
 #include "ipc/ipc_channel.h"
 #include "ipc/ipc_message_framing.h"
 #include "ipc/ipc_sync_message.h"
@@ -21,9 +19,7 @@ namespace IPC {
 namespace {
 
 using std::chrono::milliseconds;
-using test::RecordingListener;
-
-const milliseconds kTimeout(5000);
+using test::kTimeout;
 
 // A reply to |request| carrying |value| after the message id.
 Message* ReplyWith(const Message& request, int value) {
@@ -43,37 +39,26 @@ int ListenAt(const std::string& path) {
   return fd;
 }
 
-// A server channel on its own I/O thread whose answers each test chooses.
-class SyncClientTest : public ::testing::Test {
+class SyncClientTest : public test::IoThreadTest {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(io_thread_.Start());
+  // A server channel at a fresh path; |answer| runs on the I/O thread for every message it
+  // receives.
+  void Serve(std::function<void(Channel*, const Message&)> answer) {
     path_ = test::NewSocketPath();
     channel_ = std::make_unique<Channel>(path_, Channel::MODE_NAMED_SERVER, &listener_);
-    ASSERT_TRUE(channel_->Connect(io_thread_.message_loop()));
-  }
-
-  void TearDown() override {
-    channel_.reset();
-    io_thread_.Stop();
-  }
-
-  // |answer| runs on the I/O thread for every message the server receives.
-  void Answer(std::function<void(Channel*, const Message&)> answer) {
     Channel* channel = channel_.get();
     listener_.set_on_message(
         [channel, answer](const Message& message) { answer(channel, message); });
+    ASSERT_TRUE(channel_->Connect(io_thread_.message_loop()));
   }
 
-  base::Thread io_thread_{"sync_client_io"};
-  RecordingListener listener_;
+  test::RecordingListener listener_;
   std::unique_ptr<Channel> channel_;
-  std::string path_;
   SyncClient client_;
 };
 
 TEST_F(SyncClientTest, ReplyIsFoundAmongUnrelatedMessages) {
-  Answer([](Channel* channel, const Message& request) {
+  Serve([](Channel* channel, const Message& request) {
     const int id = SyncMessage::GetMessageId(request);
     Message* unrelated = new Message(1, IPC_REPLY_ID, Message::PRIORITY_NORMAL);
     unrelated->set_reply();
@@ -98,7 +83,7 @@ TEST_F(SyncClientTest, ReplyIsFoundAmongUnrelatedMessages) {
 
 TEST_F(SyncClientTest, LateReplyToATimedOutRequestIsSkipped) {
   std::unique_ptr<Message> held;  // used on the I/O thread only
-  Answer([&held](Channel* channel, const Message& request) {
+  Serve([&held](Channel* channel, const Message& request) {
     if (!held) {
       held = std::make_unique<Message>(request);  // no answer yet
       return;
@@ -148,9 +133,7 @@ TEST_F(SyncClientTest, ResultOfEachKindOfAnswer) {
   };
   for (const auto& test_case : kCases) {
     SCOPED_TRACE(test_case.name);
-    TearDown();
-    SetUp();
-    Answer(test_case.answer);
+    Serve(test_case.answer);
     ASSERT_EQ(SyncClient::RESULT_OK, client_.Connect(path_, kTimeout));
     int out = 0;
     const SyncClient::Result result =

@@ -10,11 +10,8 @@
 namespace {
 
 using IPC::test::HexBytes;
+using IPC::test::PayloadHex;
 using IPC::test::ToHex;
-
-std::string Bytes(const Pickle& pickle) {
-  return ToHex(pickle.data(), pickle.size());
-}
 
 // A pickle with a 4-byte header around |payload_hex|.
 Pickle PickleWithPayload(const std::string& payload_hex) {
@@ -50,7 +47,7 @@ TEST(PickleTest, WritesAlignEachElementAndDoNotPadTheEnd) {
   for (const auto& c : kCases) {
     Pickle pickle;
     c.write(&pickle);
-    EXPECT_EQ(ToHex(HexBytes(c.expected)), Bytes(pickle)) << c.name;
+    EXPECT_EQ(ToHex(HexBytes(c.expected)), ToHex(pickle)) << c.name;
     EXPECT_EQ(pickle.size() - 4, pickle.payload_size()) << c.name;
   }
 }
@@ -155,7 +152,7 @@ TEST(PickleTest, CopiesOnlyWholeSerialisedPickles) {
   for (const auto& c : kCases) {
     const std::string data = HexBytes(c.data);
     Pickle pickle(data.data(), static_cast<int>(data.size()));
-    EXPECT_EQ(ToHex(HexBytes(c.payload)), ToHex(pickle.payload(), pickle.payload_size())) << c.data;
+    EXPECT_EQ(ToHex(HexBytes(c.payload)), PayloadHex(pickle)) << c.data;
   }
 }
 

@@ -2,8 +2,10 @@
 
 #include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "base/test/blocked_thread.h"
 #include "gtest/gtest.h"
 #include "tvapp/instance_directory.h"
 #include "tvapp/orvell.h"
@@ -13,14 +15,7 @@
 namespace ORVELL0300 {
 namespace {
 
-OCString Utf8(const char* text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
-
-std::string Echo(const CMessage& reply) {
-  OCString echo;
-  return reply.Query(Utf8("echo"), echo) ? echo.text() : "<no echo>";
-}
+using Echo = EchoApplication;
 
 class ApplicationBaseTest : public testing::Test {
  protected:
@@ -29,6 +24,7 @@ class ApplicationBaseTest : public testing::Test {
     id_ = ORVELL::GetInstanceID(Utf8("echo"));
   }
   void TearDown() override {
+    echo_.Release(2);  // nothing stays held when a test ends early
     directory()->RemoveInstance("echo");
     application()->SetReplyTimeLimit(kDefaultReplyTimeLimit);
   }
@@ -64,8 +60,8 @@ TEST_F(ApplicationBaseTest, DirectoryRegistersEachNameOnce) {
 
 TEST_F(ApplicationBaseTest, ReplyComesFromTheAddressedInstance) {
   CMessage reply;
-  ASSERT_NE(0, Send(EchoApplication::Request("hello"), &reply));
-  EXPECT_EQ("hello", Echo(reply));
+  ASSERT_NE(0, Send(Echo::Request("hello"), &reply));
+  EXPECT_EQ("hello", Echo::EchoOf(reply));
   long type = 0;
   EXPECT_NE(0, reply.Query(Utf8("type"), type));
   EXPECT_EQ(kMessageTypeQuery, type);
@@ -76,13 +72,13 @@ TEST_F(ApplicationBaseTest, UnknownOrStaleInstanceFailsAndLeavesTheReply) {
   CMessage reply;
   reply.MakeResult(Utf8("kept"), true);
   const CMessage before = reply;
-  EXPECT_EQ(0, application()->SendMessage(kMessageTypeQuery, kInvalidInstanceID,
-                                          EchoApplication::Request("x"), reply));
+  EXPECT_EQ(0, application()->SendMessage(kMessageTypeQuery, kInvalidInstanceID, Echo::Request("x"),
+                                          reply));
   // A new registration of the same name gets a new id; the old id reaches nothing.
   ASSERT_TRUE(directory()->RemoveInstance("echo"));
   ASSERT_TRUE(directory()->AddLocalInstance("echo", &echo_));
   EXPECT_NE(id_, directory()->GetInstanceID("echo"));
-  EXPECT_EQ(0, Send(EchoApplication::Request("stale"), &reply));
+  EXPECT_EQ(0, Send(Echo::Request("stale"), &reply));
   EXPECT_EQ(before, reply);
   EXPECT_TRUE(echo_.received().empty());
 }
@@ -94,17 +90,31 @@ TEST_F(ApplicationBaseTest, LateReplyIsDroppedAndTheNextRequestGetsItsOwn) {
   application()->SetReplyTimeLimit(std::chrono::milliseconds(0));
   for (bool without_blocking : {false, true}) {
     echo_.SetAnswersWithoutBlocking(without_blocking);
-    EXPECT_EQ(0, Send(EchoApplication::Request("expired"), &reply));
+    EXPECT_EQ(0, Send(Echo::Request("expired"), &reply));
   }
   echo_.SetAnswersWithoutBlocking(false);
   application()->SetReplyTimeLimit(std::chrono::milliseconds(100));
-  EXPECT_EQ(0, Send(EchoApplication::Request("slow", 400), &reply));
+  EXPECT_EQ(0, Send(Echo::Request("slow", true), &reply));  // held past its time limit
   EXPECT_EQ(0, reply.NumOfQuery());
   // The instance answers "slow" while "fast" waits behind it; that answer must not be
   // taken for the answer to "fast".
   application()->SetReplyTimeLimit(std::chrono::milliseconds(3000));
-  ASSERT_NE(0, Send(EchoApplication::Request("fast"), &reply));
-  EXPECT_EQ("fast", Echo(reply));
+  const pid_t sender = base::test::CurrentThreadId();
+  const int asked = echo_.asked();
+  std::thread releaser([&] {
+    while (echo_.asked() == asked)
+      std::this_thread::yield();
+    EXPECT_TRUE(base::test::WaitUntilBlocked(sender));  // "fast" is queued behind "slow"
+    echo_.Release();                                    // "slow" is answered, too late
+    while (echo_.received().size() < 2)
+      std::this_thread::yield();
+    // "fast" is held until its sender has had every chance to take the wrong answer.
+    EXPECT_TRUE(base::test::WaitUntilBlocked(sender));
+    echo_.Release();
+  });
+  EXPECT_NE(0, Send(Echo::Request("fast", true), &reply));
+  releaser.join();
+  EXPECT_EQ("fast", Echo::EchoOf(reply));
   EXPECT_EQ(2, reply.NumOfQuery());
   EXPECT_EQ((std::vector<std::string>{"slow", "fast"}), echo_.received());
 }
@@ -121,7 +131,7 @@ TEST_F(ApplicationBaseTest, RemovingTheInstanceReleasesItsWaitingSender) {
     const size_t received = echo_.received().size();
     auto pending = std::async(std::launch::async, [this] {
       CMessage reply;
-      return Send(EchoApplication::Request("blocked", 0, true), &reply);
+      return Send(Echo::Request("blocked", false, true), &reply);
     });
     while (echo_.received().size() == received)
       std::this_thread::yield();

@@ -22,14 +22,7 @@
 namespace ORVELL0300 {
 namespace {
 
-OCString Utf8(const char* text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
-
-std::string Echo(const CMessage& reply) {
-  OCString echo;
-  return reply.Query(Utf8("echo"), echo) ? echo.text() : "<no echo>";
-}
+using Echo = EchoApplication;
 
 internal::Deadline InSeconds(int seconds) {
   return std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
@@ -77,14 +70,14 @@ TEST_F(InstanceServerTest, RequestsAndRepliesCrossTheSocket) {
   std::string error;
   ASSERT_TRUE(server.Start(socket_path_, &error)) << error;
   CMessage reply;
-  ASSERT_NE(0, SendToRemote(EchoApplication::Request("over there"), &reply, -12));
-  EXPECT_EQ("over there", Echo(reply));
+  ASSERT_NE(0, SendToRemote(Echo::Request("over there"), &reply, -12));
+  EXPECT_EQ("over there", Echo::EchoOf(reply));
   long type = 0;
   EXPECT_NE(0, reply.Query(Utf8("type"), type));
   EXPECT_EQ(-12, type);
   server.Stop();
   EXPECT_FALSE(Exists(socket_path_));
-  EXPECT_EQ(0, SendToRemote(EchoApplication::Request("gone"), &reply));
+  EXPECT_EQ(0, SendToRemote(Echo::Request("gone"), &reply));
   EXPECT_EQ(std::vector<std::string>{"over there"}, echo_.received());
 }
 
@@ -174,7 +167,7 @@ TEST_F(InstanceServerTest, ClientTakesOnlyTheWellFormedReplyToItsOwnRequest) {
       FakeServer server(socket_path_, rows[i].answer);
       const uint64_t earliest =
           wire::ToMonotonicNanoseconds(std::chrono::steady_clock::now() + kDefaultReplyTimeLimit);
-      const int sent = SendToRemote(EchoApplication::Request("question"), &reply);
+      const int sent = SendToRemote(Echo::Request("question"), &reply);
       const uint64_t latest =
           wire::ToMonotonicNanoseconds(std::chrono::steady_clock::now() + kDefaultReplyTimeLimit);
       // The request carries the moment its sender gives up.
@@ -182,7 +175,7 @@ TEST_F(InstanceServerTest, ClientTakesOnlyTheWellFormedReplyToItsOwnRequest) {
       EXPECT_GE(latest, server.request().deadline_ns);
       EXPECT_EQ(rows[i].expected_echo != nullptr, sent != 0);
       if (rows[i].expected_echo)
-        EXPECT_EQ(rows[i].expected_echo, Echo(reply));
+        EXPECT_EQ(rows[i].expected_echo, Echo::EchoOf(reply));
       else
         EXPECT_EQ(0, reply.NumOfQuery());
     }
@@ -211,8 +204,8 @@ TEST_F(InstanceServerTest, ServerDropsMalformedConnectionsAndServesOthers) {
     internal::CloseFd(&fd);
   }
   CMessage reply;
-  ASSERT_NE(0, SendToRemote(EchoApplication::Request("still served"), &reply));
-  EXPECT_EQ("still served", Echo(reply));
+  ASSERT_NE(0, SendToRemote(Echo::Request("still served"), &reply));
+  EXPECT_EQ("still served", Echo::EchoOf(reply));
   EXPECT_EQ(std::vector<std::string>{"still served"}, echo_.received());
   internal::CloseFd(&idle);
 }
@@ -225,8 +218,8 @@ TEST_F(InstanceServerTest, StopRemovesOnlyItsOwnSocketFile) {
   ASSERT_TRUE(successor.Start(socket_path_, &error)) << error;
   first.Stop();
   CMessage reply;
-  ASSERT_NE(0, SendToRemote(EchoApplication::Request("successor"), &reply));
-  EXPECT_EQ("successor", Echo(reply));
+  ASSERT_NE(0, SendToRemote(Echo::Request("successor"), &reply));
+  EXPECT_EQ("successor", Echo::EchoOf(reply));
   successor.Stop();
   EXPECT_FALSE(Exists(socket_path_));
   EXPECT_FALSE(first.Start(dir_.Path(std::string(120, 'x')), &error));

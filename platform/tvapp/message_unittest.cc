@@ -1,13 +1,10 @@
 #include "tvapp/message.h"
 
 #include "gtest/gtest.h"
+#include "tvapp/test/echo_application.h"
 
 namespace ORVELL0300 {
 namespace {
-
-OCString Utf8(const char* text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
 
 // One entry of each type, under the key that names the type.
 CMessage MessageWithEveryType() {
@@ -70,25 +67,6 @@ TEST(CMessageTest, EntriesKeepTheirOrderAndTheFirstOfAKeyAnswers) {
   EXPECT_EQ(0, message.Query(Utf8("k"), flag));
   EXPECT_NE(0, message.Query(Utf8("k"), number));
   EXPECT_EQ(1, number);
-}
-
-TEST(CMessageTest, CopiesAreEqualAndIndependent) {
-  const CMessage original = MessageWithEveryType();
-  CMessage copy(original);
-  EXPECT_EQ(original, copy);
-  copy.MakeResult(Utf8("extra"), false);
-  copy.SetName(Utf8("renamed"));
-  EXPECT_EQ(5, original.NumOfQuery());
-  EXPECT_EQ("every type", original.GetName().text());
-  EXPECT_NE(original, copy);
-
-  CMessage assigned;
-  assigned = original;
-  EXPECT_EQ(original, assigned);
-
-  const CMessage empty;
-  EXPECT_EQ(0, empty.NumOfQuery());
-  EXPECT_EQ("", empty.GetName().text());
 }
 
 }  // namespace

@@ -34,6 +34,9 @@ subtle::AtomicWord WaitForInstance(subtle::AtomicWord* instance);
 template <typename Type>
 struct LeakySingletonTraits {
   static Type* New() { return new Type(); }
+  // Called when a first caller finds another one constructing the instance, before it waits
+  // for it: a hook for tests that need every caller to meet the construction.
+  static void WillWaitForInstance() {}
 };
 
 template <typename Type,
@@ -57,8 +60,10 @@ class Singleton {
         base::subtle::Release_Store(&instance_, reinterpret_cast<AtomicWord>(created));
         return created;
       }
-      if (base::subtle::Acquire_Load(&instance_) != 0)
+      if (base::subtle::Acquire_Load(&instance_) != 0) {
+        Traits::WillWaitForInstance();
         return reinterpret_cast<Type*>(base::internal::WaitForInstance(&instance_));
+      }
     }
   }
 

@@ -1,29 +1,45 @@
 #include "base/memory/singleton.h"
 
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "base/test/deadlock_guard.h"
 #include "gtest/gtest.h"
 
 namespace {
 
-std::atomic<int> g_constructions{0};
+constexpr int kThreads = 8;
 
-// Constructs slowly, so that the other first callers find the word under construction.
-class SlowToBuild {
+std::mutex g_lock;
+std::condition_variable g_changed;
+int g_constructions = 0;  // guarded by g_lock
+int g_waiters = 0;        // guarded by g_lock
+
+// Its constructor finishes only once every other first caller has either found it under
+// construction or begun a construction of its own, so the callers always race for it.
+class Latched {
  public:
-  static SlowToBuild* GetInstance() {
-    return Singleton<SlowToBuild, LeakySingletonTraits<SlowToBuild>, SlowToBuild>::get();
-  }
+  static Latched* GetInstance() { return Singleton<Latched, Traits, Latched>::get(); }
   int value() const { return value_; }
 
  private:
-  friend struct LeakySingletonTraits<SlowToBuild>;
-  SlowToBuild() {
-    g_constructions.fetch_add(1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  struct Traits : LeakySingletonTraits<Latched> {
+    static Latched* New() { return new Latched(); }
+    static void WillWaitForInstance() {
+      std::lock_guard<std::mutex> lock(g_lock);
+      ++g_waiters;
+      g_changed.notify_all();
+    }
+  };
+
+  Latched() {
+    std::unique_lock<std::mutex> lock(g_lock);
+    ++g_constructions;
+    g_changed.notify_all();
+    g_changed.wait(lock, [] { return g_waiters == kThreads - 1 || g_constructions > 1; });
     value_ = 1234;
   }
   int value_ = 0;
@@ -37,33 +53,27 @@ class Other {
 };
 
 TEST(SingletonTest, ConcurrentFirstCallersShareOneFullyBuiltInstance) {
-  constexpr int kThreads = 16;
-  std::atomic<bool> go{false};
-  std::vector<SlowToBuild*> seen(kThreads, nullptr);
+  std::vector<Latched*> seen(kThreads, nullptr);
   std::vector<int> values(kThreads, 0);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&, i] {
-      while (!go.load()) {
-      }
-      seen[i] = SlowToBuild::GetInstance();
-      values[i] = seen[i]->value();
-    });
-  }
-  go.store(true);
-  for (auto& thread : threads)
-    thread.join();
-  EXPECT_EQ(1, g_constructions.load());
+  base::test::RunOrExitOnDeadlock("first callers of a singleton", std::chrono::seconds(10), [&] {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+      threads.emplace_back([&, i] {
+        seen[i] = Latched::GetInstance();
+        values[i] = seen[i]->value();
+      });
+    }
+    for (auto& thread : threads)
+      thread.join();
+  });
+  EXPECT_EQ(1, g_constructions);
+  EXPECT_EQ(kThreads - 1, g_waiters);
   for (int i = 0; i < kThreads; ++i) {
     EXPECT_EQ(seen[0], seen[i]);
     EXPECT_EQ(1234, values[i]);  // nobody sees the object before its constructor finished
   }
-  EXPECT_EQ(seen[0], SlowToBuild::GetInstance());
-}
-
-TEST(SingletonTest, EachTypeHasItsOwnWord) {
-  EXPECT_NE(static_cast<void*>(Other::GetInstance()),
-            static_cast<void*>(SlowToBuild::GetInstance()));
+  EXPECT_EQ(seen[0], Latched::GetInstance());
+  EXPECT_NE(static_cast<void*>(Other::GetInstance()), static_cast<void*>(seen[0]));
 }
 
 TEST(AtomicOpsTest, CompareAndSwapReturnsZeroOnlyWhenItSwapped) {
@@ -72,16 +82,6 @@ TEST(AtomicOpsTest, CompareAndSwapReturnsZeroOnlyWhenItSwapped) {
   EXPECT_EQ(1, word);
   EXPECT_NE(0, base::subtle::pLinuxKernelCmpxchg(0, 2, &word));
   EXPECT_EQ(1, word);
-}
-
-TEST(AtomicOpsTest, WaitForInstanceReturnsOnceTheMarkIsReplaced) {
-  base::subtle::AtomicWord word = base::internal::kBeingCreatedMarker;
-  std::thread publisher([&word] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    base::subtle::Release_Store(&word, 4096);
-  });
-  EXPECT_EQ(4096, base::internal::WaitForInstance(&word));
-  publisher.join();
 }
 
 }  // namespace

@@ -78,7 +78,7 @@ MessageLoop::~MessageLoop() {
     PendingTask task;
     {
       std::lock_guard<std::mutex> lock(lock_);
-      ReloadDueTasksLocked(Clock::now());
+      ReloadDueTasksLocked(now_());
       if (ready_tasks_.empty()) {
         accepting_tasks_ = false;
         dropped.swap(delayed_tasks_);
@@ -127,8 +127,7 @@ bool MessageLoop::PostDelayedTask(const tracked_objects::Location& from_here,
     if (!accepting_tasks_)
       return false;
     const uint64_t sequence_num = next_sequence_num_++;
-    delayed_tasks_.push_back(
-        PendingTask{from_here, std::move(task), Clock::now() + delay, sequence_num});
+    delayed_tasks_.push_back(PendingTask{from_here, std::move(task), now_() + delay, sequence_num});
     std::push_heap(delayed_tasks_.begin(), delayed_tasks_.end(), LaterTaskFirst());
     // The loop may sleep until a later deadline; a new earliest one must shorten that.
     wake_up = delayed_tasks_.front().sequence_num == sequence_num;
@@ -224,7 +223,7 @@ bool MessageLoop::RunReadyTasks() {
   size_t count = 0;
   {
     std::lock_guard<std::mutex> lock(lock_);
-    ReloadDueTasksLocked(Clock::now());
+    ReloadDueTasksLocked(now_());
     count = ready_tasks_.size();
   }
   // Tasks posted by these tasks wait for the next round, so that descriptors are not
@@ -248,7 +247,7 @@ int MessageLoop::ComputePollTimeout() {
     return 0;
   if (delayed_tasks_.empty())
     return -1;
-  const auto wait = delayed_tasks_.front().delayed_run_time - Clock::now();
+  const auto wait = delayed_tasks_.front().delayed_run_time - now_();
   if (wait <= Clock::duration::zero())
     return 0;
   // Rounded up: waking a little early would only spin until the task is due.

@@ -107,6 +107,13 @@ class MessageLoop {
                        Task task,
                        std::chrono::milliseconds delay);
 
+  // Where the loop reads the time that delayed tasks fall due by.
+  typedef std::chrono::steady_clock::time_point (*NowFunction)();
+
+  // Makes the loop read the time from |now| instead of the steady clock, so that a test can
+  // move time by hand. Call before any task is posted.
+  void SetNowFunctionForTesting(NowFunction now) { now_ = now; }
+
   // Runs tasks and watches until Quit(). Not re-entrant.
   void Run();
 
@@ -166,6 +173,7 @@ class MessageLoop {
   static void RunTask(PendingTask* task);
 
   const int wakeup_fd_;
+  NowFunction now_ = &Clock::now;
 
   // Guards the task queues and |accepting_tasks_|.
   std::mutex lock_;

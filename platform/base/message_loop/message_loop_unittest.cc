@@ -3,12 +3,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/test/blocked_thread.h"
+#include "base/test/deadlock_guard.h"
 #include "gtest/gtest.h"
 
 namespace base {
@@ -53,38 +57,65 @@ class WatchedPipe : public MessageLoop::Watcher {
   int fds_[2];
 };
 
+// The clock of the loop in TasksRunInPostingOrderAndDelayedOnesByDueTime, moved by hand.
+std::chrono::steady_clock::time_point g_now;
+std::chrono::steady_clock::time_point FakeNow() {
+  return g_now;
+}
+
 TEST(MessageLoopTest, TasksRunInPostingOrderAndDelayedOnesByDueTime) {
   MessageLoop loop;
+  g_now = std::chrono::steady_clock::time_point() + std::chrono::hours(1);
+  loop.SetNowFunctionForTesting(&FakeNow);
   std::string order;
   auto append = [&order](char c) { return [&order, c] { order += c; }; };
   using std::chrono::milliseconds;
-  loop.PostDelayedTask(
-      FROM_HERE, [&] { order += 'D', loop.Quit(); }, milliseconds(40));
+  loop.PostDelayedTask(FROM_HERE, append('C'), milliseconds(20));
+  loop.PostDelayedTask(FROM_HERE, append('A'), milliseconds(10));
   loop.PostDelayedTask(FROM_HERE, append('B'), milliseconds(10));
   loop.PostTask(FROM_HERE, [&] {
     order += 'a';
     // Posted from a running task: runs after everything already queued.
     loop.PostTask(FROM_HERE, append('c'));
   });
-  loop.PostDelayedTask(FROM_HERE, append('C'), milliseconds(10));
   loop.PostTask(FROM_HERE, append('b'));
-  loop.Run();
-  EXPECT_EQ("abcBCD", order);
+  const struct {
+    int advance_ms;
+    const char* order;
+  } kSteps[] = {
+      {0, "abc"},
+      {9, "abc"},
+      {1, "abcAB"},  // due together: in posting order
+      {10, "abcABC"},
+  };
+  for (const auto& step : kSteps) {
+    g_now += milliseconds(step.advance_ms);
+    loop.RunUntilIdle();
+    EXPECT_EQ(step.order, order) << "at +" << step.advance_ms << " ms";
+  }
 }
 
 TEST(MessageLoopTest, QuitFromAnotherThreadWakesASleepingLoop) {
-  MessageLoop loop;
-  std::thread quitter([&loop] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    loop.Quit();
+  test::RunOrExitOnDeadlock("a loop quit while it sleeps", std::chrono::seconds(10), [] {
+    MessageLoop loop;
+    const pid_t loop_thread = test::CurrentThreadId();
+    std::atomic<bool> started{false};
+    loop.PostTask(FROM_HERE, [&started] { started = true; });
+    std::thread quitter([&] {
+      while (!started)
+        std::this_thread::yield();
+      // With its one task done, the loop has nothing to do but wait in poll(2).
+      EXPECT_TRUE(test::WaitUntilBlocked(loop_thread));
+      loop.Quit();
+    });
+    loop.Run();
+    quitter.join();
+    // The request was consumed: the loop can run again.
+    bool ran = false;
+    loop.PostTask(FROM_HERE, [&] { ran = true, loop.Quit(); });
+    loop.Run();
+    EXPECT_TRUE(ran);
   });
-  loop.Run();  // sleeps in poll() with nothing to do until the other thread quits it
-  quitter.join();
-  // The request was consumed: the loop can run again.
-  bool ran = false;
-  loop.PostTask(FROM_HERE, [&] { ran = true, loop.Quit(); });
-  loop.Run();
-  EXPECT_TRUE(ran);
 }
 
 TEST(MessageLoopTest, TasksPostedFromSeveralThreadsKeepEachPostersOrder) {
@@ -118,19 +149,17 @@ TEST(MessageLoopTest, PersistentReadWatchSeesEveryWrite) {
   MessageLoop loop;
   WatchedPipe pipe;
   ASSERT_TRUE(pipe.Watch(&loop, true, MessageLoop::WATCH_READ));
+  // Each byte is written once the one before it has been read.
   pipe.on_read = [&] {
     if (pipe.data.size() == 3)
       loop.Quit();
+    else
+      pipe.WriteByte("xyz"[pipe.data.size()]);
   };
-  std::thread writer([&pipe] {
-    for (char c : std::string("xyz")) {
-      pipe.WriteByte(c);
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-  });
+  pipe.WriteByte('x');
   loop.Run();
-  writer.join();
   EXPECT_EQ("xyz", pipe.data);
+  EXPECT_EQ(3, pipe.reads);
   EXPECT_TRUE(pipe.controller->is_watching());
   EXPECT_EQ(0, pipe.writes);
 }

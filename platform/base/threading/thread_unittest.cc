@@ -86,13 +86,17 @@ TEST(ThreadTest, StopFromAnotherThreadWhileOthersPost) {
   std::atomic<bool> done{false};
   std::atomic<int> accepted{0};
   std::atomic<int> ran{0};
+  WaitableEvent busy(true, false);
   std::thread poster([&] {
     while (!done.load()) {
-      if (thread->PostTask(FROM_HERE, [&ran] { ++ran; }))
-        ++accepted;
+      const bool posted = thread->PostTask(FROM_HERE, [&] {
+        if (++ran == 100)
+          busy.Signal();
+      });
+      accepted += posted ? 1 : 0;
     }
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  busy.Wait();  // stopped while tasks keep coming
   std::thread([&thread] { thread->Stop(); }).join();
   done.store(true);
   poster.join();

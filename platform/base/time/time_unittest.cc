@@ -1,50 +1,45 @@
 #include "base/time/time.h"
 
-#include <cstdlib>
+#include <cstdio>
+#include <string>
 
 #include "gtest/gtest.h"
 
 namespace base {
 namespace {
 
+// "YYYY-MM-DD (day of week) hh:mm:ss.mmm"
+std::string Fields(const Time::Exploded& e) {
+  char text[64];
+  std::snprintf(text, sizeof(text), "%04d-%02d-%02d (%d) %02d:%02d:%02d.%03d", e.year, e.month,
+                e.day_of_month, e.day_of_week, e.hour, e.minute, e.second, e.millisecond);
+  return text;
+}
+
 TEST(TimeTest, ExplodeInUtc) {
-  // 2014-05-09 07:05:03.250 UTC, a Friday.
-  const Time time = Time::FromInternalValue(1399619103250000LL);
-  Time::Exploded exploded{};
-  time.UTCExplode(&exploded);
-  EXPECT_EQ(2014, exploded.year);
-  EXPECT_EQ(5, exploded.month);
-  EXPECT_EQ(9, exploded.day_of_month);
-  EXPECT_EQ(5, exploded.day_of_week);
-  EXPECT_EQ(7, exploded.hour);
-  EXPECT_EQ(5, exploded.minute);
-  EXPECT_EQ(3, exploded.second);
-  EXPECT_EQ(250, exploded.millisecond);
-  EXPECT_EQ("07:05:03.250", time.UTCTimeOfDay(false));
-  EXPECT_EQ("07:05:03.250017", Time::FromInternalValue(1399619103250017LL).UTCTimeOfDay(true));
+  const struct {
+    int64_t us;
+    const char* fields;
+    const char* time_of_day;  // with microseconds
+  } kCases[] = {
+      {1399619103250017LL, "2014-05-09 (5) 07:05:03.250", "07:05:03.250017"},  // a Friday
+      {-1, "1969-12-31 (3) 23:59:59.999", "23:59:59.999999"},  // before 1970, no wrapping
+  };
+  for (const auto& c : kCases) {
+    const Time time = Time::FromInternalValue(c.us);
+    Time::Exploded exploded{};
+    time.UTCExplode(&exploded);
+    EXPECT_EQ(c.fields, Fields(exploded));
+    EXPECT_EQ(c.time_of_day, time.UTCTimeOfDay(true));
+    EXPECT_EQ(std::string(c.time_of_day, 12), time.UTCTimeOfDay(false));
+  }
 }
 
 TEST(TimeTest, LocalExplodeRoundTripsThroughFromExploded) {
-  Time::Exploded exploded{2021, 12, 0, 31, 23, 59, 58, 999};
-  const Time time = Time::FromExploded(true, exploded);
+  const Time::Exploded exploded{2021, 12, 5, 31, 23, 59, 58, 999};
   Time::Exploded back{};
-  time.Explode(true, &back);
-  EXPECT_EQ(2021, back.year);
-  EXPECT_EQ(12, back.month);
-  EXPECT_EQ(31, back.day_of_month);
-  EXPECT_EQ(23, back.hour);
-  EXPECT_EQ(59, back.minute);
-  EXPECT_EQ(58, back.second);
-  EXPECT_EQ(999, back.millisecond);
-}
-
-TEST(TimeTest, BeforeTheEpochBreaksDownWithoutWrapping) {
-  Time::Exploded exploded{};
-  Time::FromInternalValue(-1).UTCExplode(&exploded);  // one microsecond before 1970
-  EXPECT_EQ(1969, exploded.year);
-  EXPECT_EQ(23, exploded.hour);
-  EXPECT_EQ(59, exploded.second);
-  EXPECT_EQ(999, exploded.millisecond);
+  Time::FromExploded(true, exploded).Explode(true, &back);
+  EXPECT_EQ(Fields(exploded), Fields(back));
 }
 
 Time FixedNow() {

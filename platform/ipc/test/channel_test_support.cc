@@ -1,12 +1,16 @@
 #include "ipc/test/channel_test_support.h"
 
 #include <errno.h>
+#include <fcntl.h>
+#include <linux/sockios.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <thread>
 
 #include "base/message_loop/message_loop.h"
 #include "base/posix/unix_domain_socket.h"
@@ -23,6 +27,11 @@ std::string NewSocketPath() {
       "/tmp/tarn-ipc-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
   unlink(path.c_str());
   return path;
+}
+
+bool PathExists(const std::string& path) {
+  struct stat info;
+  return lstat(path.c_str(), &info) == 0;
 }
 
 SyncMessage* NewDoubleRequest(int value, int* doubled) {
@@ -56,6 +65,15 @@ std::string HeaderBytes(uint32_t payload_size,
   return bytes;
 }
 
+void IoThreadTest::SetUp() {
+  ASSERT_TRUE(io_thread_.Start());
+  path_ = NewSocketPath();
+}
+
+void IoThreadTest::TearDown() {
+  unlink(path_.c_str());
+}
+
 RecordingListener::RecordingListener() = default;
 
 RecordingListener::~RecordingListener() = default;
@@ -65,10 +83,9 @@ RecordingListener::Events RecordingListener::events() const {
   return events_;
 }
 
-bool RecordingListener::WaitFor(const std::function<bool(const Events&)>& condition,
-                                std::chrono::milliseconds timeout) const {
+bool RecordingListener::WaitFor(const std::function<bool(const Events&)>& condition) const {
   std::unique_lock<std::mutex> lock(lock_);
-  return changed_.wait_for(lock, timeout, [&] { return condition(events_); });
+  return changed_.wait_for(lock, kTimeout, [&] { return condition(events_); });
 }
 
 bool RecordingListener::OnMessageReceived(const Message& message) {
@@ -100,10 +117,6 @@ void RecordingListener::OnChannelDenied() {
   Record([](Events* events) { ++events->denied; });
 }
 
-void RecordingListener::OnChannelListenError() {
-  Record([](Events* events) { ++events->listen_errors; });
-}
-
 void RecordingListener::Record(const std::function<void(Events*)>& change) {
   std::lock_guard<std::mutex> lock(lock_);
   change(&events_);
@@ -111,74 +124,70 @@ void RecordingListener::Record(const std::function<void(Events*)>& change) {
   changed_.notify_all();
 }
 
-RawClient::RawClient() = default;
-
-RawClient::~RawClient() {
-  Close();
-}
-
 bool RawClient::Connect(const std::string& path) {
   Close();
-  sockaddr_un address;
-  socklen_t length;
-  if (!base::FillUnixAddress(path, &address, &length))
-    return false;
-  fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd_ < 0)
-    return false;
-  if (connect(fd_, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
-    Close();
-    return false;
-  }
-  return true;
+  fd_ = base::ConnectUnixSocket(path);
+  return fd_ >= 0 && fcntl(fd_, F_SETFL, 0) == 0;
 }
 
 bool RawClient::Write(const std::string& bytes) {
   size_t written = 0;
   while (written < bytes.size()) {
     const ssize_t count = send(fd_, bytes.data() + written, bytes.size() - written, MSG_NOSIGNAL);
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count < 0)
+    if (count < 0 && errno != EINTR)
       return false;
-    written += static_cast<size_t>(count);
+    written += count > 0 ? static_cast<size_t>(count) : 0;
   }
   return true;
 }
 
-std::string RawClient::Read(size_t size, std::chrono::milliseconds timeout) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  std::string bytes;
-  while (bytes.size() < size) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
-    pollfd poll_fd = {fd_, POLLIN, 0};
-    if (left.count() <= 0 || poll(&poll_fd, 1, static_cast<int>(left.count())) <= 0)
-      break;
-    char buffer[4096];
-    const ssize_t count = recv(fd_, buffer, std::min(sizeof(buffer), size - bytes.size()), 0);
-    if (count <= 0)
-      break;
-    bytes.append(buffer, static_cast<size_t>(count));
+bool RawClient::WaitUntilRead() {
+  // What a Unix socket has sent counts against the sender until the receiver has read it.
+  const auto deadline = std::chrono::steady_clock::now() + kTimeout;
+  int unread = 0;
+  while (ioctl(fd_, SIOCOUTQ, &unread) == 0 && unread > 0 &&
+         std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::yield();
   }
-  return bytes;
+  return unread == 0;
 }
 
-bool RawClient::WaitForClose(std::chrono::milliseconds timeout) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
+bool RawClient::ReadSome(size_t size,
+                         std::chrono::steady_clock::time_point deadline,
+                         std::string* bytes) {
+  bytes->clear();
   for (;;) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         deadline - std::chrono::steady_clock::now());
     pollfd poll_fd = {fd_, POLLIN, 0};
     if (left.count() <= 0 || poll(&poll_fd, 1, static_cast<int>(left.count())) <= 0)
       return false;
-    char buffer[4096];
-    const ssize_t count = recv(fd_, buffer, sizeof(buffer), 0);
-    if (count == 0 || (count < 0 && errno == ECONNRESET))
-      return true;
-    if (count < 0 && errno != EINTR)
-      return false;
+    bytes->resize(size);
+    const ssize_t count = recv(fd_, &(*bytes)[0], size, 0);
+    if (count < 0 && errno == EINTR)
+      continue;
+    bytes->resize(count > 0 ? static_cast<size_t>(count) : 0);
+    return count >= 0 || errno == ECONNRESET;
   }
+}
+
+std::string RawClient::Read(size_t size) {
+  const auto deadline = std::chrono::steady_clock::now() + kTimeout;
+  std::string bytes;
+  std::string more;
+  while (bytes.size() < size && ReadSome(size - bytes.size(), deadline, &more) && !more.empty())
+    bytes += more;
+  return bytes;
+}
+
+bool RawClient::WaitForClose() {
+  const auto deadline = std::chrono::steady_clock::now() + kTimeout;
+  std::string more;
+  while (ReadSome(4096, deadline, &more)) {
+    if (more.empty())
+      return true;
+  }
+  return false;
 }
 
 void RawClient::Close() {

@@ -1,5 +1,6 @@
-// Test helpers for channels: socket paths, a listener that records what it is told, a plain
-// socket client for feeding a server arbitrary bytes, and a small synchronous request.
+// Test helpers for channels: socket paths, a fixture with an I/O thread, a listener that
+// records what it is told, a plain socket client for feeding a server arbitrary bytes, and a
+// small synchronous request.
 
 #ifndef IPC_TEST_CHANNEL_TEST_SUPPORT_H_
 #define IPC_TEST_CHANNEL_TEST_SUPPORT_H_
@@ -12,12 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "base/threading/thread.h"
+#include "gtest/gtest.h"
 #include "ipc/ipc_channel.h"
 #include "ipc/ipc_message.h"
-
-namespace base {
-class MessageLoop;
-}
 
 namespace IPC {
 
@@ -25,11 +24,14 @@ class SyncMessage;
 
 namespace test {
 
+const std::chrono::milliseconds kTimeout(5000);
+
 // A synchronous request whose reply doubles its int.
 const uint32_t kDoubleRequestType = 0x7E570001;
 
 // A fresh path "/tmp/tarn-ipc-<pid>-<n>" with nothing at it.
 std::string NewSocketPath();
+bool PathExists(const std::string& path);
 
 // A request for twice |value|; the reply lands in |*doubled| (not owned). The caller owns
 // the message.
@@ -45,6 +47,21 @@ std::string HeaderBytes(uint32_t payload_size,
                         uint32_t flags,
                         uint16_t num_fds);
 
+// An I/O thread and a fresh socket path for each test. What a test adds in a subclass is
+// destroyed before the thread stops.
+class IoThreadTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  // Returns once the I/O thread has finished what it was doing.
+  void WaitForIoThread() {
+    io_thread_.PostTaskAndWait(FROM_HERE, [] {});
+  }
+
+  base::Thread io_thread_{"test_io"};
+  std::string path_;
+};
+
 // Records every callback. Optionally answers kDoubleRequestType requests on the I/O thread,
 // through the channel given to set_channel().
 class RecordingListener : public Channel::Listener {
@@ -54,7 +71,6 @@ class RecordingListener : public Channel::Listener {
     std::vector<int32_t> connected_pids;
     int errors = 0;
     int denied = 0;
-    int listen_errors = 0;
     // Every loop a callback ran on; all the same in a correct channel.
     std::vector<base::MessageLoop*> callback_loops;
   };
@@ -71,16 +87,14 @@ class RecordingListener : public Channel::Listener {
   }
 
   Events events() const;
-  // Waits until |condition| holds for the recorded events; false after |timeout|.
-  bool WaitFor(const std::function<bool(const Events&)>& condition,
-               std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
+  // Waits until |condition| holds for the recorded events; false after kTimeout.
+  bool WaitFor(const std::function<bool(const Events&)>& condition) const;
 
   // Channel::Listener:
   bool OnMessageReceived(const Message& message) override;
   void OnChannelConnected(int32_t peer_pid) override;
   void OnChannelError() override;
   void OnChannelDenied() override;
-  void OnChannelListenError() override;
 
  private:
   void Record(const std::function<void(Events*)>& change);
@@ -93,25 +107,30 @@ class RecordingListener : public Channel::Listener {
   Events events_;
 };
 
-// A bare socket connected to a server, for writing exactly the bytes a test wants.
+// A bare blocking socket connected to a server, for writing exactly the bytes a test wants.
 class RawClient {
  public:
-  RawClient();
-  ~RawClient();
+  RawClient() = default;
+  ~RawClient() { Close(); }
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;
 
   bool Connect(const std::string& path);
   bool Write(const std::string& bytes);
-  // Reads until |size| bytes have arrived, the server closes, or |timeout| passes.
-  std::string Read(size_t size, std::chrono::milliseconds timeout = std::chrono::seconds(5));
-  // Whether the server closes the connection within |timeout|; bytes before that are
+  // Waits until the server has read everything written so far.
+  bool WaitUntilRead();
+  // Reads until |size| bytes have arrived, the server closes, or kTimeout passes.
+  std::string Read(size_t size);
+  // Whether the server closes the connection within kTimeout; bytes before that are
   // discarded.
-  bool WaitForClose(std::chrono::milliseconds timeout = std::chrono::seconds(5));
+  bool WaitForClose();
   void Close();
-  int fd() const { return fd_; }
 
  private:
+  // The next bytes, at most |size|: empty when the server has closed, false when nothing
+  // comes before |deadline|.
+  bool ReadSome(size_t size, std::chrono::steady_clock::time_point deadline, std::string* bytes);
+
   int fd_ = -1;
 };
 

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <string>
 
+#include "ipc/pickle.h"
+
 namespace IPC {
 namespace test {
 
@@ -51,6 +53,14 @@ inline std::string ToHex(const void* data, size_t size) {
 
 inline std::string ToHex(const std::string& bytes) {
   return ToHex(bytes.data(), bytes.size());
+}
+
+// All of |pickle| (a message: header and payload), or only its payload.
+inline std::string ToHex(const Pickle& pickle) {
+  return ToHex(pickle.data(), pickle.size());
+}
+inline std::string PayloadHex(const Pickle& pickle) {
+  return ToHex(pickle.payload(), pickle.payload_size());
 }
 
 }  // namespace test

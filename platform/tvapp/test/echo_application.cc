@@ -1,17 +1,6 @@
 #include "tvapp/test/echo_application.h"
 
-#include <chrono>
-#include <thread>
-
 namespace ORVELL0300 {
-
-namespace {
-
-OCString Utf8(const char* text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
-
-}  // namespace
 
 EchoApplication::EchoApplication() = default;
 
@@ -21,15 +10,16 @@ bool EchoApplication::OnMessage(int message_type,
                                 const CMessage& request,
                                 Deadline /*deadline*/,
                                 CMessage* reply) {
+  bool flag = false;
   {
-    std::lock_guard<std::mutex> lock(lock_);
+    std::unique_lock<std::mutex> lock(lock_);
     received_.push_back(request.GetName().text());
+    if (request.Query(Utf8("hold"), flag) && flag) {
+      released_changed_.wait(lock, [this] { return releases_ > 0; });
+      --releases_;
+    }
   }
-  long delay_ms = 0;
-  if (request.Query(Utf8("delay_ms"), delay_ms))
-    std::this_thread::sleep_for(std::chrono::milliseconds(delay_ms));
-  bool silent = false;
-  if (request.Query(Utf8("silent"), silent) && silent)
+  if (request.Query(Utf8("silent"), flag) && flag)
     return false;
   reply->MakeResult(Utf8("echo"), request.GetName());
   reply->MakeResult(Utf8("type"), static_cast<long>(message_type));
@@ -37,7 +27,14 @@ bool EchoApplication::OnMessage(int message_type,
 }
 
 bool EchoApplication::AnswersWithoutBlocking() const {
+  ++asked_;
   return answers_without_blocking_;
+}
+
+void EchoApplication::Release(int count) {
+  std::lock_guard<std::mutex> lock(lock_);
+  releases_ += count;
+  released_changed_.notify_all();
 }
 
 std::vector<std::string> EchoApplication::received() const {
@@ -46,14 +43,20 @@ std::vector<std::string> EchoApplication::received() const {
 }
 
 // static
-CMessage EchoApplication::Request(const std::string& name, long delay_ms, bool silent) {
+CMessage EchoApplication::Request(const std::string& name, bool hold, bool silent) {
   CMessage request;
-  request.SetName(OCString(name, OCString::kTextEncodingUtf8));
-  if (delay_ms > 0)
-    request.MakeResult(Utf8("delay_ms"), delay_ms);
+  request.SetName(Utf8(name));
+  if (hold)
+    request.MakeResult(Utf8("hold"), true);
   if (silent)
     request.MakeResult(Utf8("silent"), true);
   return request;
+}
+
+// static
+std::string EchoApplication::EchoOf(const CMessage& reply) {
+  OCString echo;
+  return reply.Query(Utf8("echo"), echo) ? echo.text() : "<no echo>";
 }
 
 }  // namespace ORVELL0300
