@@ -87,13 +87,9 @@ class CommandLine {
   }
 
   int Run(int argc, const char* const* argv, std::ostream* out, std::ostream* err) {
-    try {
-      app_.parse(argc, argv);
-    } catch (const CLI::Success& e) {
-      return app_.exit(e, *out, *err);
-    } catch (const CLI::ParseError& e) {
-      return tool_cli::ReportUsageError(app_, e, *err);
-    }
+    const int exit_code = tool_cli::ParseCommandLine(app_, argc, argv, *out, *err);
+    if (exit_code >= 0)
+      return exit_code;
     CommandContext context(global_, out, err);
     for (const Command& command : commands_) {
       if (command.app->parsed())

@@ -1,6 +1,7 @@
 #include "tools/cli/usage_error.h"
 
 #include <algorithm>
+#include <iostream>
 #include <sstream>
 
 namespace tool_cli {
@@ -47,6 +48,26 @@ std::string OffendingWord(const CLI::ParseError& error) {
 }
 
 }  // namespace
+
+int ParseCommandLine(CLI::App& app,
+                     int argc,
+                     const char* const* argv,
+                     std::ostream& out,
+                     std::ostream& err) {
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& e) {
+    return app.exit(e, out, err);
+  } catch (const CLI::ParseError& e) {
+    return ReportUsageError(app, e, err);
+  }
+  return -1;
+}
+
+int ReportFailure(const char* tool, const std::string& error) {
+  std::cerr << tool << ": " << error << std::endl;
+  return kExitFailure;
+}
 
 std::string ClosestWord(const std::string& word, const std::vector<std::string>& known) {
   std::string best;

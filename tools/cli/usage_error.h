@@ -24,6 +24,18 @@ const int kExitUsage = 2;
 // |err| as above; returns kExitUsage.
 int ReportUsageError(const CLI::App& app, const CLI::ParseError& error, std::ostream& err);
 
+// Parses the command line into |app|. Returns -1 when the tool should go on; otherwise the
+// exit code: kExitOk after --help or --version (printed on |out|), kExitUsage after a
+// usage error (reported on |err| as above).
+int ParseCommandLine(CLI::App& app,
+                     int argc,
+                     const char* const* argv,
+                     std::ostream& out,
+                     std::ostream& err);
+
+// Reports a run-time failure of |tool| on stderr as "TOOL: ERROR"; returns kExitFailure.
+int ReportFailure(const char* tool, const std::string& error);
+
 // The known word closest to |word| among |known|, or empty when none is close enough to be
 // a likely slip (at most a third of its letters differ, and at most 3).
 std::string ClosestWord(const std::string& word, const std::vector<std::string>& known);

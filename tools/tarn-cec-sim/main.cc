@@ -21,8 +21,7 @@
 
 namespace {
 
-const int kExitOk = 0;
-const int kExitFailure = 1;
+using tool_cli::kExitOk;
 
 struct Options {
   std::string socket_path;
@@ -144,13 +143,9 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
   app.add_option("--power-status", options->power_status,
                  "Answer \"power status\" with this number instead of 0 (off) or 1 (on)");
   app.set_version_flag("--version", "tarn-cec-sim " TARN_VERSION);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& e) {
-    return app.exit(e);
-  } catch (const CLI::ParseError& e) {
-    return tool_cli::ReportUsageError(app, e, std::cerr);
-  }
+  const int exit_code = tool_cli::ParseCommandLine(app, argc, argv, std::cout, std::cerr);
+  if (exit_code >= 0)
+    return exit_code;
   options->power_status_given = app.count("--power-status") > 0;
   return -1;
 }
@@ -182,19 +177,15 @@ int main(int argc, char** argv) {
   // reader that goes away must not kill the process on the next line.
   tool_cli::StopSignal stop_signal;
   std::string error;
-  if (!stop_signal.Init(&error)) {
-    std::cerr << "tarn-cec-sim: " << error << std::endl;
-    return kExitFailure;
-  }
+  if (!stop_signal.Init(&error))
+    return tool_cli::ReportFailure("tarn-cec-sim", error);
   signal(SIGPIPE, SIG_IGN);
 
   cec_sim::ReceiverSimulator receiver;
   Configure(options, &receiver);
   ORVELL0300::CInstanceServer server(&receiver);
-  if (!server.Start(options.socket_path, &error)) {
-    std::cerr << "tarn-cec-sim: " << error << std::endl;
-    return kExitFailure;
-  }
+  if (!server.Start(options.socket_path, &error))
+    return tool_cli::ReportFailure("tarn-cec-sim", error);
   // On stdout, as tarn-host's: scripts wait for this line.
   std::cout << "tarn-cec-sim: serving " << cec_sim::kCecApplicationName << " on "
             << options.socket_path << std::endl;

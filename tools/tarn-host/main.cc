@@ -20,8 +20,7 @@
 
 namespace {
 
-const int kExitOk = 0;
-const int kExitFailure = 1;
+using tool_cli::kExitOk;
 
 struct Options {
   bool config_given = false;
@@ -56,13 +55,9 @@ int ParseCommandLine(int argc, char** argv, Options* options) {
                "Write one line per exchange on every link, the control channel and with the "
                "CEC application to stderr (the option \"trace\" does the same)");
   app.set_version_flag("--version", "tarn-host " TARN_VERSION);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& e) {
-    return app.exit(e);
-  } catch (const CLI::ParseError& e) {
-    return tool_cli::ReportUsageError(app, e, std::cerr);
-  }
+  const int exit_code = tool_cli::ParseCommandLine(app, argc, argv, std::cout, std::cerr);
+  if (exit_code >= 0)
+    return exit_code;
   options->config_given = app.count("--config") > 0;
   return -1;
 }
@@ -85,10 +80,8 @@ int main(int argc, char** argv) {
 
   tarn_host::HostConfig config;
   std::string error;
-  if (!GetConfig(options, &config, &error)) {
-    std::cerr << "tarn-host: " << error << std::endl;
-    return kExitFailure;
-  }
+  if (!GetConfig(options, &config, &error))
+    return tool_cli::ReportFailure("tarn-host", error);
   for (const std::string& warning : config.warnings)
     std::cerr << "tarn-host: warning: " << warning << std::endl;
   if (options.trace) {
@@ -100,25 +93,19 @@ int main(int argc, char** argv) {
     return kExitOk;
   }
   if (!options.config_given &&
-      !tarn_host::EnsurePrivateDirectory(control::DefaultSocketDir(), &error)) {
-    std::cerr << "tarn-host: " << error << std::endl;
-    return kExitFailure;
-  }
+      !tarn_host::EnsurePrivateDirectory(control::DefaultSocketDir(), &error))
+    return tool_cli::ReportFailure("tarn-host", error);
 
   // Before any thread starts, so that every thread keeps the stop signals blocked.
   tool_cli::StopSignal stop_signal;
-  if (!stop_signal.Init(&error)) {
-    std::cerr << "tarn-host: " << error << std::endl;
-    return kExitFailure;
-  }
+  if (!stop_signal.Init(&error))
+    return tool_cli::ReportFailure("tarn-host", error);
   // A client that goes away must not end the host on the next write.
   signal(SIGPIPE, SIG_IGN);
 
   tarn_host::Host host(config);
-  if (!host.Start(&error)) {
-    std::cerr << "tarn-host: " << error << std::endl;
-    return kExitFailure;
-  }
+  if (!host.Start(&error))
+    return tool_cli::ReportFailure("tarn-host", error);
   std::cout << host.ReadyLine() << std::endl;
 
   const int signal_number = stop_signal.Wait();
