@@ -46,7 +46,10 @@ class FakeControlHost : public IPC::Channel::Listener {
     serving_ = channel_->Connect(io_thread_.message_loop());
   }
   ~FakeControlHost() override {
-    channel_.reset();  // first: it needs its I/O loop to close
+    // A handler may still be sending events avctl no longer waits for: let it end. Then the
+    // channel, which needs its I/O loop to close.
+    io_thread_.PostTaskAndWait(FROM_HERE, [] {});
+    channel_.reset();
     io_thread_.Stop();
   }
 

@@ -30,9 +30,6 @@ TEST(InvokeArgumentsTest, PairsAndArgsMakeTheDictionaryOrAUsageError) {
     std::string expected;  // the whole line, or the start of a usage error
   } kCases[] = {
       {nullptr, {}, "{}"},
-      {nullptr,
-       {"device_id=tv-1", "speaker_volume:=20"},
-       R"({"device_id":"tv-1","speaker_volume":20})"},
       // A string unless typed: "20" stays text, 20.0 is a double.
       {nullptr, {"a=20", "b:=20.0", "c:=\"20\"", "d="}, R"({"a":"20","b":20.0,"c":"20","d":""})"},
       {nullptr,
