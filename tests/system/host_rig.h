@@ -75,10 +75,12 @@ class HostRig {
   std::string Path(const std::string& name) const { return dir_ + "/" + name; }
   const std::string& link() const { return link_; }
   const std::string& control() const { return control_; }
+  const std::string& cec() const { return cec_; }
   std::string config() const { return Path("config.xml"); }
   // What the host wrote to stderr so far.
   std::string HostLog() const { return ReadFile(Path("host.log")); }
   base::test::ChildProcess& host() { return host_; }
+  base::test::ChildProcess& sim() { return sim_; }
 
  private:
   // The next line of the simulator, without its time, for which |wanted| holds.

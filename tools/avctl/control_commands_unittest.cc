@@ -5,10 +5,11 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <memory>
-#include <mutex>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/threading/thread.h"
@@ -21,24 +22,22 @@
 namespace avctl {
 namespace {
 
-struct Event {
-  int id;
-  std::vector<std::string> strings;
-};
+typedef std::pair<int, std::vector<std::string>> Event;
 
 enum Fault { kNone, kErrorReply, kSilent, kCloseOnSubscribe };
 
+// How the stand-in answers: an invoke with |status| and |result|, a subscription with
+// |subscribed| between the events |before| and |after|; or as |fault| says.
 struct Answers {
-  int invoke_status = control::kInvokeOk;
-  bool invoke_result = true;
+  int status = control::kInvokeOk;
+  bool result = true;
   bool subscribed = true;
   Fault fault = kNone;
-  std::vector<Event> before_reply;  // sent on a subscription, before its reply
-  std::vector<Event> after_reply;   // and after it
+  std::vector<Event> before, after;
 };
 
 // Serves a named server socket on its own I/O thread, answers control requests with
-// |answers| and keeps the event id of each subscription.
+// |answers| and keeps the event id of the last subscription.
 class FakeControlHost : public IPC::Channel::Listener {
  public:
   FakeControlHost(const std::string& path, const Answers& answers) : answers_(answers) {
@@ -47,15 +46,15 @@ class FakeControlHost : public IPC::Channel::Listener {
     serving_ = channel_->Connect(io_thread_.message_loop());
   }
   ~FakeControlHost() override {
-    channel_.reset();  // first: it needs its I/O loop to close
+    // A handler may still be sending events avctl no longer waits for: let it end. Then the
+    // channel, which needs its I/O loop to close.
+    io_thread_.PostTaskAndWait(FROM_HERE, [] {});
+    channel_.reset();
     io_thread_.Stop();
   }
 
   bool serving() const { return serving_; }
-  std::vector<int> subscriptions() const {
-    std::lock_guard<std::mutex> hold(lock_);
-    return subscriptions_;
-  }
+  int subscription() const { return subscription_; }
 
   bool OnMessageReceived(const IPC::Message& message) override {
     if (answers_.fault == kSilent)
@@ -64,110 +63,80 @@ class FakeControlHost : public IPC::Channel::Listener {
     ControlMsg_Subscribe::SendParam subscription;
     const bool subscribing = message.type() == ControlMsg_Subscribe::ID &&
                              ControlMsg_Subscribe::ReadSendParam(&message, &subscription);
-    if (subscribing) {
-      std::lock_guard<std::mutex> hold(lock_);
-      subscriptions_.push_back(subscription.a);
-    }
+    if (subscribing)
+      subscription_ = subscription.a;
     if (answers_.fault == kErrorReply) {
       reply->set_reply_error();
     } else if (subscribing && answers_.fault == kCloseOnSubscribe) {
       channel_->Close();
       return true;
     } else if (subscribing) {
-      Send(answers_.before_reply);
+      Send(answers_.before);
       ControlMsg_Subscribe::Schema::WriteReplyParam(
           reply.get(), ControlMsg_Subscribe::ReplyParam(answers_.subscribed));
     } else {
       ControlMsg_InvokeMethod::Schema::WriteReplyParam(
-          reply.get(),
-          ControlMsg_InvokeMethod::ReplyParam(answers_.invoke_status, answers_.invoke_result));
+          reply.get(), ControlMsg_InvokeMethod::ReplyParam(answers_.status, answers_.result));
     }
     channel_->Send(reply.release());
     if (subscribing)
-      Send(answers_.after_reply);
+      Send(answers_.after);
     return true;
   }
 
  private:
   void Send(const std::vector<Event>& events) {
     for (const Event& event : events)
-      channel_->Send(new ControlMsg_Event(event.id, event.strings));
+      channel_->Send(new ControlMsg_Event(event.first, event.second));
   }
 
   const Answers answers_;
   base::Thread io_thread_{"fake_control"};
   std::unique_ptr<IPC::Channel> channel_;
   bool serving_ = false;
-  mutable std::mutex lock_;
-  std::vector<int> subscriptions_;
+  std::atomic<int> subscription_{0};
 };
 
-Answers With(int invoke_status, Fault fault = kNone) {
+Answers With(int status, Fault fault = kNone, bool result = true, bool subscribed = true) {
   Answers answers;
-  answers.invoke_status = invoke_status;
+  answers.status = status;
   answers.fault = fault;
+  answers.result = result;
+  answers.subscribed = subscribed;
   return answers;
-}
-
-// avctl's failure line for a discovery the host could not invoke.
-std::string NotInvoked(const std::string& reason) {
-  return "avctl: the host could not invoke AvManagerImpl::OnDiscovery of av_plugin: " + reason +
-         "\n";
 }
 
 TEST(ControlCommandsTest, EachAnswerOfTheHostEndsTheCommandItsWay) {
   const std::string kPath = "/tmp/avctl-control-" + std::to_string(getpid());
-  Answers refused;
-  refused.subscribed = false;
-  Answers not_found;
-  not_found.invoke_result = false;
+  const std::string kErrorText = "avctl: the host answered with an error reply\n";
+  const std::string kNoReply = "avctl: no reply from " + kPath + " within 200 ms\n";
   Answers with_events;
-  with_events.before_reply = {{35, {"tv-1", "av_plugin"}}};
-  with_events.after_reply = {{37, {"tv-1", "av_plugin"}}, {40, {}}, {41, {"unread"}}};
-  const struct {
+  with_events.before = {{35, {"tv-1", "av_plugin"}}};
+  with_events.after = {{37, {"tv-1", "av_plugin"}}, {40, {}}, {41, {"unread"}}};
+  struct Row {
     std::vector<std::string> words;  // after --control
     Answers answers;
     int exit_code;
     std::string printed;  // stdout then stderr
     int subscription;     // the event id subscribed to; 0 for none
-  } rows[] = {
-      {{"discover", "tv-1"}, not_found, 0, "{\"ok\":false}\n", 0},
-      {{"disconnect", ""}, not_found, 0, "{\"ok\":false}\n", 0},
-      {{"discover", "tv-1"}, With(1), 1, NotInvoked("no such method is registered (status 1)"), 0},
-      {{"discover", "tv-1"},
-       With(2),
-       1,
-       NotInvoked("the method does not take one string and answer a bool (status 2)"),
-       0},
-      {{"discover", "tv-1"},
-       With(3),
-       1,
-       NotInvoked("the class has no GetInstance giving the object (status 3)"),
-       0},
-      {{"discover", "tv-1"}, With(4), 1, NotInvoked("the request was incomplete (status 4)"), 0},
-      {{"discover", "tv-1"}, With(9), 1, NotInvoked("unknown status (status 9)"), 0},
-      {{"disconnect", "tv-1"},
-       With(0, kErrorReply),
-       1,
-       "avctl: the host answered with an error reply\n",
-       0},
-      {{"events"}, With(0, kErrorReply), 1, "avctl: the host answered with an error reply\n", -1},
-      {{"--timeout", "200", "disconnect", "tv-1"},
-       With(0, kSilent),
-       1,
-       "avctl: no reply from " + kPath + " within 200 ms\n",
-       0},
-      {{"--timeout", "200", "events"},
-       With(0, kSilent),
-       1,
-       "avctl: no reply from " + kPath + " within 200 ms\n",
-       0},
+  };
+  std::vector<Row> rows = {
+      {{"discover", "tv-1"}, With(0, kNone, false), 0, "{\"ok\":false}\n", 0},
+      {{"disconnect", ""}, With(0, kNone, false), 0, "{\"ok\":false}\n", 0},
+      {{"disconnect", "tv-1"}, With(0, kErrorReply), 1, kErrorText, 0},
+      {{"events"}, With(0, kErrorReply), 1, kErrorText, -1},
+      {{"--timeout", "200", "disconnect", "tv-1"}, With(0, kSilent), 1, kNoReply, 0},
+      {{"--timeout", "200", "events"}, With(0, kSilent), 1, kNoReply, 0},
       {{"events"},
        With(0, kCloseOnSubscribe),
        1,
        "avctl: lost the connection to " + kPath + ": the server closed the connection\n",
        -1},
-      {{"events"}, refused, 1, "avctl: the host refused the subscription to events\n", -1},
+      {{"events"},
+       With(0, kNone, true, false),
+       1,
+       "avctl: the host refused the subscription to events\n",
+       -1},
       // Events from the subscription on, in order, the one before its reply too.
       {{"events", "--id", "37", "--count", "3"},
        with_events,
@@ -178,6 +147,23 @@ TEST(ControlCommandsTest, EachAnswerOfTheHostEndsTheCommandItsWay) {
        "avctl: subscribed to event 37\n",
        37},
   };
+  // Each status with which the host could not invoke the discovery.
+  const std::pair<int, const char*> kNotInvoked[] = {
+      {1, "no such method is registered"},
+      {2, "the method does not take one string and answer a bool"},
+      {3, "the class has no GetInstance giving the object"},
+      {4, "the request was incomplete"},
+      {9, "unknown status"},
+  };
+  for (const auto& status : kNotInvoked) {
+    rows.push_back({{"discover", "tv-1"},
+                    With(status.first),
+                    1,
+                    "avctl: the host could not invoke AvManagerImpl::OnDiscovery of av_plugin: " +
+                        std::string(status.second) + " (status " + std::to_string(status.first) +
+                        ")\n",
+                    0});
+  }
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.words));
     FakeControlHost host(kPath, row.answers);
@@ -189,8 +175,7 @@ TEST(ControlCommandsTest, EachAnswerOfTheHostEndsTheCommandItsWay) {
     EXPECT_EQ(row.exit_code,
               RunCommandLine(static_cast<int>(argv.size()), argv.data(), &out, &err));
     EXPECT_EQ(row.printed, out.str() + err.str());
-    EXPECT_EQ(row.subscription ? std::vector<int>{row.subscription} : std::vector<int>(),
-              host.subscriptions());
+    EXPECT_EQ(row.subscription, host.subscription());
   }
 }
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -20,10 +21,10 @@ class DefaultConfigTest : public testing::Test {
     ASSERT_NE(nullptr, mkdtemp(pattern));
     dir_ = pattern;
   }
-  void TearDown() override { EXPECT_EQ(0, system(("rm -rf '" + dir_ + "'").c_str())); }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
 
   void MakeFile(const std::string& path) {
-    ASSERT_EQ(0, system(("mkdir -p \"$(dirname '" + path + "')\"").c_str()));
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path) << "<config/>";
   }
 
