@@ -61,12 +61,10 @@ std::string ReadWireDocument() {
 // |with_offsets|, each line reads "<hex offset>  <bytes>  <meaning>" and the offsets must
 // follow on from each other; otherwise every token is a byte.
 std::string DocumentBytes(const std::string& doc, const std::string& marker, bool with_offsets) {
-  const size_t at = doc.find("<!-- " + marker + " -->");
-  EXPECT_NE(std::string::npos, at) << marker;
-  const size_t begin = doc.find("```text\n", at);
+  const size_t begin = doc.find("```text\n", doc.find("<!-- " + marker + " -->"));
   const size_t end = doc.find("```\n", begin + 8);
-  if (at == std::string::npos || begin == std::string::npos || end == std::string::npos)
-    return std::string();
+  if (begin == std::string::npos || end == std::string::npos)
+    return std::string();  // no such block: compares unequal with any message
   std::istringstream lines(doc.substr(begin + 8, end - begin - 8));
   std::string line;
   std::string bytes;
@@ -227,36 +225,17 @@ TEST(AvMessagesTest, RequestsRepliesAndTheirLogRenderings) {
   EXPECT_EQ(ToHex(DocumentBytes(doc, "bytes:hello", false)), ToHex(hello.data(), hello.size()));
 }
 
-TEST(DeviceInfoTraitsTest, PartialAndWideRecords) {
-  const std::string sample = HexBytes(kSampleRecordWire);
+// A cut record is refused at every length above; what a whole one leaves alone or narrows:
+TEST(DeviceInfoTraitsTest, ReaderKeepsText19AndTheLowByteOfNumber21) {
   const std::string wide = std::string(76, '\0') + HexBytes("2c010000 00000000");  // 300
-  // In the sample, text_03 starts at byte 24, number_21 at 124 and rdf_properties at 128.
-  const struct {
-    const std::string& wire;
-    size_t length;
-    bool ok;
-    const char* text_03;
-    int number_21;
-    const char* rdf_properties;
-  } rows[] = {
-      {sample, 0, false, "old", 0, "old"},   {sample, 125, false, "AV", 0, "old"},
-      {sample, 126, false, "AV", 30, "old"}, {sample, 134, true, "AV", 30, "{}"},
-      {wide, wide.size(), true, "", 44, ""},  // the low byte of 300
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.wire.size() << "/" << row.length);
-    IPC::Message msg;
-    msg.WriteBytes(row.wire.data(), static_cast<int>(row.length));
-    device::_DeviceInfo read;
-    read.text_03 = read.text_19 = read.rdf_properties = "old";
-    read.number_21 = 77;
-    PickleIterator iter(msg);
-    EXPECT_EQ(row.ok, IPC::ReadParam(&msg, &iter, &read));
-    EXPECT_EQ(row.text_03, read.text_03);
-    EXPECT_EQ(row.number_21, read.number_21);
-    EXPECT_EQ(row.rdf_properties, read.rdf_properties);
-    EXPECT_EQ("old", read.text_19);  // text_19 stays with the reader
-  }
+  IPC::Message msg;
+  msg.WriteBytes(wide.data(), static_cast<int>(wide.size()));
+  device::_DeviceInfo read;
+  read.text_19 = "kept";
+  PickleIterator iter(msg);
+  ASSERT_TRUE(IPC::ReadParam(&msg, &iter, &read));
+  EXPECT_EQ(44, read.number_21);
+  EXPECT_EQ("kept", read.text_19);
 }
 
 }  // namespace

@@ -6,9 +6,7 @@
 
 #include <unistd.h>
 
-#include <string>
 #include <variant>
-#include <vector>
 
 #include "plugin/device/av_plugin/av_service.h"
 #include "plugin/device/av_plugin/stub/av_component.h"
@@ -21,14 +19,11 @@ namespace {
 typedef AvTest AvStubTest;
 
 struct Absent {};
-struct Null {};
-typedef std::variant<Absent, Null, const char*, int> Arg;
+typedef std::variant<Absent, const char*, int> Arg;
 const Arg kNo = Absent();
 
 void Set(base::DictionaryValue* args, const char* key, const Arg& arg) {
-  if (std::holds_alternative<Null>(arg))
-    args->Set(key, base::Value::CreateNullValue());
-  else if (auto* text = std::get_if<const char*>(&arg))
+  if (auto* text = std::get_if<const char*>(&arg))
     args->SetString(key, *text);
   else if (auto* number = std::get_if<int>(&arg))
     args->SetInteger(key, *number);
@@ -48,31 +43,30 @@ TEST_F(AvStubTest, ServiceMethodsByName) {
     Arg device_id;
     const char* key;  // the value argument, if any
     Arg value;
-    int code;
-    const char* results;
+    int code;  // the results are empty
   } rows[] = {
       // The other methods' answers and refusals are in the end-to-end test.
-      {"SetMicVolume", "", "mic_volume", 7, 0, "{}"},
-      // A device_id missing, of another type or null, checked before the value: once for
+      {"SetMicVolume", "", "mic_volume", 7, 0},
+      // A device_id missing or of another type, checked before the value: once for
       // each way the methods read it.
-      {"GetMicVolume", 5, nullptr, kNo, 107, "{}"},
-      {"GetDeviceResources", Null(), nullptr, kNo, 107, "{}"},
-      {"GetPowerState", kNo, nullptr, kNo, 107, "{}"},
-      {"SetSpeakerVolume", kNo, "speaker_volume", 1, 107, "{}"},
-      {"SetMicPower", kNo, "mic_power", "on", 107, "{}"},
-      {"SetSoundMode", 1, "sound_mode", "Movie", 107, "{}"},
-      // A value missing or null.
-      {"SetPowerState", "tv", nullptr, kNo, 107, "{}"},
-      {"SetSoundMode", "tv", "sound_mode", Null(), 107, "{}"},
+      {"GetMicVolume", 5, nullptr, kNo, 107},
+      {"GetDeviceResources", 0, nullptr, kNo, 107},
+      {"GetPowerState", kNo, nullptr, kNo, 107},
+      {"SetSpeakerVolume", kNo, "speaker_volume", 1, 107},
+      {"SetMicPower", kNo, "mic_power", "on", 107},
+      {"SetSoundMode", 1, "sound_mode", "Movie", 107},
+      // A value missing or of another type.
+      {"SetPowerState", "tv", nullptr, kNo, 107},
+      {"SetSoundMode", "tv", "sound_mode", 2, 107},
       // Words outside the accepted sets: matched exactly, blanks included.
-      {"SetPowerState", "tv", "power_state", "on ", 105, "{}"},
-      {"SetSoundMode", "tv", "sound_mode", "", 105, "{}"},
+      {"SetPowerState", "tv", "power_state", "on ", 105},
+      {"SetSoundMode", "tv", "sound_mode", "", 105},
       // With no CEC application to answer, the methods that need one fail.
-      {"SetPowerState", "tv", "power_state", "on", 100, "{}"},
-      {"GetPowerState", "tv", nullptr, kNo, 100, "{}"},
-      {"SetSoundMode", "tv", "sound_mode", "Movie", 100, "{}"},
+      {"SetPowerState", "tv", "power_state", "on", 100},
+      {"GetPowerState", "tv", nullptr, kNo, 100},
+      {"SetSoundMode", "tv", "sound_mode", "Movie", 100},
       // A name the service does not have, in any case: no line at all.
-      {"setmicvolume", "tv", nullptr, kNo, 404, "{}"},
+      {"setmicvolume", "tv", nullptr, kNo, 404},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.method << " " << row.code);
@@ -83,7 +77,7 @@ TEST_F(AvStubTest, ServiceMethodsByName) {
     capture_.Clear();
     std::string results;
     EXPECT_EQ(row.code, Invoke(row.method, args, &results));
-    EXPECT_EQ(row.results, results);
+    EXPECT_EQ("{}", results);
     std::vector<Line> lines;
     if (row.code != kAvResultUnknownMethod)
       lines.push_back(Info(std::string("AvService::") + row.method));
@@ -131,7 +125,6 @@ TEST_F(AvStubTest, EachOpenLinkOfTheComponentAddsOneStubInOrder) {
 class BareComponent : public runtime::BaseComponent {
  public:
   bool Destroy() override { return true; }
-  runtime::Runtime* runtime() const { return runtime_; }
 };
 
 TEST_F(AvStubTest, ComponentBaseDefaultsAndItsDestructorLine) {
@@ -143,9 +136,7 @@ TEST_F(AvStubTest, ComponentBaseDefaultsAndItsDestructorLine) {
   EXPECT_STREQ("", component->GetComponentId());
   EXPECT_FALSE(component->OpenLink("/tmp/unused", IPC::Channel::MODE_NAMED_SERVER));
   EXPECT_TRUE(component->Init(runtime::Runtime::GetInstance()));
-  EXPECT_EQ(runtime::Runtime::GetInstance(), component->runtime());
   EXPECT_FALSE(component->Init(nullptr));
-  EXPECT_EQ(nullptr, component->runtime());
   capture_.Clear();
   delete component;
   ASSERT_EQ(1u, capture_.lines().size());
