@@ -62,9 +62,7 @@ TEST(AvConcurrencyDeathTest, FirstUseFromManyThreadsInitsOnce) {
               "Call Init\\(\\) written 1 times");
 }
 
-typedef AvTest AvConcurrencyTest;
-
-TEST_F(AvConcurrencyTest, DiscoveryReadsAndDisconnectionsThenOneDestroy) {
+TEST_F(AvTest, ConcurrentDiscoveryReadsAndDisconnectionsThenOneDestroy) {
   AvManagerImpl* manager = AvManagerImpl::GetInstance();
   constexpr int kThreads = 6;
   constexpr int kRounds = 200;

@@ -68,7 +68,6 @@ TEST_F(AvServiceCecTest, BridgeFollowsTheReplyRules) {
   const Line no_return = Error("[[AV] >>> reply.Query() is false");
   const Line no_reply = Error("[AV] >>> SendMessage() is false!");
   const Line empty = Error("[AV] >>> reply.NumOfQuery() is smaller than 0!");
-  const Line refused = Error("[AV] >>> return : false");
   const Line bad_type = Error("Unknown strReplyAnswerType!!");
   const char* kKey = "power status";
   // Each row: the fault, whether "return" is checked, the reply value's type and key, the
@@ -88,7 +87,7 @@ TEST_F(AvServiceCecTest, BridgeFollowsTheReplyRules) {
       {Fault::kEmptyReply, false, "", "", false, -5, {sent, empty}},
       {Fault::kReturnNotBool, true, "long", kKey, false, -5, {sent, no_return}},
       // A false "return" fails the call when checked, but the value is still read.
-      {Fault::kReturnFalse, true, "long", kKey, false, 7, {sent, refused}},
+      {Fault::kReturnFalse, true, "long", kKey, false, 7, {sent, Error("[AV] >>> return : false")}},
       {Fault::kReturnFalse, false, "long", kKey, true, 7, {sent}},
       // A reply type that is not accepted, a value missing (or of another type, the same
       // branch). The methods read only "long" replies.

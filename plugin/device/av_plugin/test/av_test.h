@@ -104,9 +104,8 @@ class AvTest : public testing::Test {
     AvMsg_ServiceInvoke request(method, args, &out, &code);
     stub_.sent.clear();
     EXPECT_TRUE(stub_.SyncMessageHandler(request));
-    EXPECT_EQ(1u, stub_.sent.size());
     std::unique_ptr<IPC::MessageReplyDeserializer> reader(request.GetReplyDeserializer());
-    EXPECT_TRUE(!stub_.sent.empty() && reader->SerializeOutputParameters(*stub_.sent[0]));
+    EXPECT_TRUE(stub_.sent.size() == 1 && reader->SerializeOutputParameters(*stub_.sent[0]));
     base::JSONWriter::Write(&out, results);
     return code;
   }
