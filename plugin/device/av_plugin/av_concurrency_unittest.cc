@@ -4,15 +4,10 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "base/synchronization/waitable_event.h"
-#include "device/device_info.h"
 #include "plugin/device/av_plugin/av_manager_impl.h"
-#include "plugin/device/av_plugin/av_service.h"
 #include "plugin/device/av_plugin/test/av_test.h"
 #include "runtime/runtime.h"
 
@@ -36,8 +31,9 @@ void RunTogether(int threads, const std::function<void(int)>& body) {
     worker.join();
 }
 
-// Races the first uses of both singletons; exits 0 when every thread got the same ones and
-// the manager wrote "Call Init()" once, and says what it saw on stderr.
+// Races the first uses of the manager; exits 0 when it wrote "Call Init()" once, and says
+// on stderr how often it did. (That every thread gets the one instance is the platform
+// Singleton's, tested with it.)
 void FirstUseFromManyThreads() {
   logging::ScopedLogCapture capture;
   constexpr int kThreads = 8;
@@ -48,36 +44,25 @@ void FirstUseFromManyThreads() {
   RecordingReflection reflection;
   reflection.before_parse = [&all_arrived] { all_arrived.Wait(); };
   runtime::Runtime::GetInstance()->SetReflectionForTesting(&reflection);
-  std::vector<AvManagerImpl*> managers(kThreads, nullptr);
-  std::vector<AvService*> services(kThreads, nullptr);
-  RunTogether(kThreads, [&](int i) {
-    if (i % 2)
-      services[i] = AvService::GetInstance();
+  RunTogether(kThreads, [&](int) {
     if (--arriving == 0)
       all_arrived.Signal();
-    managers[i] = AvManagerImpl::GetInstance();
-    services[i] = AvService::GetInstance();
+    AvManagerImpl::GetInstance();
   });
-  bool same = managers[0] != nullptr && services[0] != nullptr;
-  for (int i = 1; i < kThreads; ++i)
-    same = same && managers[i] == managers[0] && services[i] == services[0];
   const int inits = capture.Count(" #av#Init#  Call Init()");
-  std::fprintf(stderr, "Call Init() written %d times, %s\n", inits,
-               same ? "one manager and one service" : "several instances");
-  std::exit(same && inits == 1 ? 0 : 1);
+  std::fprintf(stderr, "Call Init() written %d times\n", inits);
+  std::exit(inits == 1 ? 0 : 1);
 }
 
 // The race runs in a new process (the death test style "threadsafe" starts the test
 // program again for it), where nothing has used the singletons yet.
-TEST(AvConcurrencyDeathTest, FirstUseFromManyThreadsMakesOneOfEachAndInitsOnce) {
+TEST(AvConcurrencyDeathTest, FirstUseFromManyThreadsInitsOnce) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(FirstUseFromManyThreads(), testing::ExitedWithCode(0),
-              "Call Init\\(\\) written 1 times, one manager and one service");
+              "Call Init\\(\\) written 1 times");
 }
 
-typedef AvTest AvConcurrencyTest;
-
-TEST_F(AvConcurrencyTest, DiscoveryReadsAndDisconnectionsThenOneDestroy) {
+TEST_F(AvTest, ConcurrentDiscoveryReadsAndDisconnectionsThenOneDestroy) {
   AvManagerImpl* manager = AvManagerImpl::GetInstance();
   constexpr int kThreads = 6;
   constexpr int kRounds = 200;

@@ -32,12 +32,6 @@ inline Line Error(const std::string& message) {
   return Line(logging::LOG_ERROR, message);
 }
 
-inline std::string Json(const base::Value& value) {
-  std::string json;
-  base::JSONWriter::Write(&value, &json);
-  return json;
-}
-
 // The runtime's registry, noting each call the manager makes of it.
 class RecordingReflection : public runtime::Reflection {
  public:
@@ -55,7 +49,7 @@ class RecordingReflection : public runtime::Reflection {
                  const std::string& return_type,
                  const std::vector<std::string>& params_type,
                  runtime::FunctionMethodContainerBase* container) override {
-    Note("Add", component, class_name, method, return_type, params_type);
+    calls.push_back("Add " + component + "/" + class_name + "/" + method);
     return Reflection::AddMethod(component, class_name, method, return_type, params_type,
                                  container);
   }
@@ -64,21 +58,8 @@ class RecordingReflection : public runtime::Reflection {
                     const std::string& method,
                     const std::string& return_type,
                     const std::vector<std::string>& params_type) override {
-    Note("Remove", component, class_name, method, return_type, params_type);
+    calls.push_back("Remove " + component + "/" + class_name + "/" + method);
     return Reflection::RemoveMethod(component, class_name, method, return_type, params_type);
-  }
-
-  // "Verb component/class/method return_type, parameter..."
-  void Note(const std::string& verb,
-            const std::string& component,
-            const std::string& class_name,
-            const std::string& method,
-            const std::string& return_type,
-            const std::vector<std::string>& params_type) {
-    std::string call = verb + " " + component + "/" + class_name + "/" + method + " " + return_type;
-    for (const std::string& param : params_type)
-      call += ", " + param;
-    calls.push_back(call);
   }
 
   std::vector<std::string> calls;
@@ -115,24 +96,17 @@ class AvTest : public testing::Test {
     return lines;
   }
 
-  // Hands |request| to the stub's handler and reads the one reply it sends into the
-  // request's out-variables.
-  void Exchange(IPC::SyncMessage* request) {
-    stub_.sent.clear();
-    ASSERT_TRUE(stub_.SyncMessageHandler(*request));
-    ASSERT_EQ(1u, stub_.sent.size());
-    std::unique_ptr<IPC::MessageReplyDeserializer> reader(request->GetReplyDeserializer());
-    EXPECT_TRUE(reader->SerializeOutputParameters(*stub_.sent[0]));
-  }
-
-  // Invokes the service method |method| by name, as the device layer does: its result
-  // code, with its results as JSON in |results|.
+  // Invokes the service method |method| by name, as the device layer does, through the
+  // stub's handler: its result code, with its results as JSON in |results|.
   int Invoke(const std::string& method, const base::DictionaryValue& args, std::string* results) {
     base::DictionaryValue out;
     int code = -1;
     AvMsg_ServiceInvoke request(method, args, &out, &code);
-    Exchange(&request);
-    *results = Json(out);
+    stub_.sent.clear();
+    EXPECT_TRUE(stub_.SyncMessageHandler(request));
+    std::unique_ptr<IPC::MessageReplyDeserializer> reader(request.GetReplyDeserializer());
+    EXPECT_TRUE(stub_.sent.size() == 1 && reader->SerializeOutputParameters(*stub_.sent[0]));
+    base::JSONWriter::Write(&out, results);
     return code;
   }
 
