@@ -18,23 +18,20 @@
 namespace {
 
 template <class Msg>
-void CheckRequest(const IPC::Message& msg) {
+void CheckRequest(const uint8_t* data, size_t size) {
   typename Msg::SendParam p;
-  if (Msg::ReadSendParam(&msg, &p))
-    fuzz::CheckStableEncoding(Msg::ID, &Msg::ReadSendParam, &Msg::Schema::WriteSendParam, p);
+  fuzz::ReadStable(fuzz::MessageWithPayload(Msg::ID, data, size), &Msg::ReadSendParam,
+                   &Msg::Schema::WriteSendParam, &p);
 }
 
 // Reads |reply| into |p| with the schema and into |request|'s out-variables with its reply
 // deserializer; true when both did, false when neither did.
 template <class Msg>
 bool CheckReply(const IPC::Message& reply, Msg* request, typename Msg::ReplyParam* p) {
-  const bool read = Msg::Schema::ReadReplyParam(&reply, p);
+  const bool read =
+      fuzz::ReadStable(reply, &Msg::Schema::ReadReplyParam, &Msg::Schema::WriteReplyParam, p);
   std::unique_ptr<IPC::MessageReplyDeserializer> deserializer(request->GetReplyDeserializer());
   CHECK(deserializer->SerializeOutputParameters(reply) == read);
-  if (read) {
-    fuzz::CheckStableEncoding(IPC::IPC_REPLY_ID, &Msg::Schema::ReadReplyParam,
-                              &Msg::Schema::WriteReplyParam, *p);
-  }
   return read;
 }
 
@@ -53,10 +50,8 @@ void CheckEvent(const IPC::Message& msg) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  CheckRequest<ControlMsg_InvokeMethod>(
-      fuzz::MessageWithPayload(ControlMsg_InvokeMethod::ID, data, size));
-  CheckRequest<ControlMsg_Subscribe>(
-      fuzz::MessageWithPayload(ControlMsg_Subscribe::ID, data, size));
+  CheckRequest<ControlMsg_InvokeMethod>(data, size);
+  CheckRequest<ControlMsg_Subscribe>(data, size);
 
   const IPC::Message reply = fuzz::MessageWithPayload(IPC::IPC_REPLY_ID, data, size);
   int status = -1;

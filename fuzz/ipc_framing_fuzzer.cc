@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "base/logging.h"
 #include "fuzz/fuzz_util.h"
@@ -25,8 +26,8 @@ namespace {
 const size_t kHeaderSize = IPC::Message::kHeaderSize;
 
 IPC::FrameStatus CheckCopy(const char* data, size_t size, size_t* message_size) {
-  const fuzz::ExactCopy copy(data, size);
-  return IPC::CheckFrame(copy.data(), copy.size(), message_size);
+  const std::vector<char> copy = fuzz::ExactCopy(data, size);
+  return IPC::CheckFrame(copy.data(), size, message_size);
 }
 
 void CheckHello(const IPC::Message& message) {
@@ -66,8 +67,8 @@ bool CheckFront(const char* data, size_t size, size_t* message_size) {
   CHECK(*message_size <= IPC::Channel::kMaximumMessageSize);
   size_t unused = 0;
   CHECK(CheckCopy(data, *message_size - 1, &unused) == IPC::FRAME_INCOMPLETE);
-  const fuzz::ExactCopy bytes(data, *message_size);
-  const IPC::Message message(bytes.data(), static_cast<int>(bytes.size()));
+  const std::vector<char> bytes = fuzz::ExactCopy(data, *message_size);
+  const IPC::Message message(bytes.data(), static_cast<int>(*message_size));
   CHECK(message.size() == *message_size);
   CHECK(message.num_fds() == 0);
   CheckHello(message);

@@ -64,8 +64,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   for (const std::string& frame : whole.frames) {
     CHECK(frame.size() <= size - offset);
     CHECK(std::memcmp(frame.data(), data + offset, frame.size()) == 0);
-    const fuzz::ExactCopy payload(frame.data() + wire::kLengthPrefixSize,
-                                  frame.size() - wire::kLengthPrefixSize);
+    const std::vector<char> payload = fuzz::ExactCopy(frame.data() + wire::kLengthPrefixSize,
+                                                      frame.size() - wire::kLengthPrefixSize);
     wire::Frame again;
     CHECK(wire::DecodePayload(payload.data(), payload.size(), &again));
     offset += frame.size();
@@ -82,7 +82,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   CHECK(left >= wire::kLengthPrefixSize);
   if (next_size <= wire::kMaxPayloadSize) {
     CHECK(whole_next);
-    const fuzz::ExactCopy payload(data + offset + wire::kLengthPrefixSize, next_size);
+    const std::vector<char> payload =
+        fuzz::ExactCopy(data + offset + wire::kLengthPrefixSize, next_size);
     wire::Frame frame;
     CHECK(!wire::DecodePayload(payload.data(), payload.size(), &frame));
   }
