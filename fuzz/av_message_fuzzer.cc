@@ -4,13 +4,7 @@
 // id included. What decodes must encode to bytes that decode and encode to the same
 // bytes again, and must render for the log.
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
-
-#include "base/logging.h"
 #include "fuzz/fuzz_util.h"
-#include "ipc/ipc_message.h"
 #include "plugin/device/av_plugin/stub/av_messages.h"
 
 #if !defined(AV_FUZZ_MESSAGE) || !defined(AV_FUZZ_REPLY)
@@ -38,8 +32,7 @@ const auto kFlag = &IPC::Message::set_sync;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   IPC::Message msg = fuzz::MessageWithPayload(Msg::ID, data, size);
   (msg.*kFlag)();
-  std::string name;
-  std::string rendering;
+  std::string name, rendering;
   Msg::Log(&name, &msg, &rendering);
   Params p;
   if (!fuzz::ReadStable<Params>(msg, kRead, kWrite, &p))

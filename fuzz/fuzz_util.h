@@ -1,10 +1,11 @@
-// Helpers shared by the fuzz targets.
+// Helpers shared by the fuzz targets, and the standard and IPC headers they all use.
 
 #ifndef FUZZ_FUZZ_UTIL_H_
 #define FUZZ_FUZZ_UTIL_H_
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 

@@ -1,17 +1,9 @@
 // Feeds arbitrary bytes to the pickle reader and the value-tree decoder. A tree that
 // decodes must encode to bytes that decode to a tree with the same encoding.
 
-#include <cstddef>
-#include <cstdint>
 #include <functional>
-#include <memory>
-#include <string>
 
-#include "base/logging.h"
-#include "base/values.h"
 #include "fuzz/fuzz_util.h"
-#include "ipc/ipc_message.h"
-#include "ipc/ipc_message_utils.h"
 #include "ipc/pickle.h"
 
 namespace {
@@ -31,8 +23,7 @@ void CheckValueRoundTrip(const base::Value& value) {
 void WalkPrimitives(const Pickle& pickle) {
   PickleIterator iter(pickle);
   PickleIterator chooser(pickle);
-  uint16_t choice = 0;
-  uint16_t u = 0;
+  uint16_t choice = 0, u = 0;
   int i = 0;
   bool b = false;
   std::string s;
