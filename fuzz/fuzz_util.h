@@ -1,28 +1,26 @@
-// Helpers shared by the fuzz targets.
+// Helpers shared by the fuzz targets, and the standard and IPC headers they all use.
 
 #ifndef FUZZ_FUZZ_UTIL_H_
 #define FUZZ_FUZZ_UTIL_H_
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/logging.h"
+#include "base/values.h"
 #include "ipc/ipc_message.h"
+#include "ipc/ipc_message_utils.h"
 
 namespace fuzz {
 
 // A message on the catalogue's routing id whose payload is exactly |data|.
-inline IPC::Message MessageWithPayload(uint32_t type, const uint8_t* data, size_t size) {
+inline IPC::Message MessageWithPayload(uint32_t type, const void* data, size_t size) {
   IPC::Message msg(0x7FFFFFFF, type, IPC::Message::PRIORITY_NORMAL);
   msg.WriteBytes(data, static_cast<int>(size));
   return msg;
-}
-
-inline IPC::Message MessageWithPayload(uint32_t type, const std::string& payload) {
-  return MessageWithPayload(type, reinterpret_cast<const uint8_t*>(payload.data()), payload.size());
 }
 
 inline std::string PayloadOf(const IPC::Message& msg) {
@@ -38,35 +36,36 @@ std::string SyncPayload(void (*write)(IPC::Message*, const Params&), const Param
   return PayloadOf(msg);
 }
 
-// |decoded| came from |read|. Checks that it encodes to bytes that |read| takes back and
-// that then encode to the very same bytes.
+// The payload that encodes the value tree |value|.
+inline std::string ValuePayload(const base::Value& value) {
+  IPC::Message msg;
+  IPC::WriteParam(&msg, value);
+  return PayloadOf(msg);
+}
+
+// Reads |msg| into |*p| with |read|. When that succeeds, checks that |*p| encodes to bytes
+// that |read| takes back and that then encode to the very same bytes. Returns whether
+// |msg| was read.
 template <class Params>
-void CheckStableEncoding(uint32_t type,
-                         bool (*read)(const IPC::Message*, Params*),
-                         void (*write)(IPC::Message*, const Params&),
-                         const Params& decoded) {
-  const std::string first = SyncPayload(write, decoded);
-  const IPC::Message msg = MessageWithPayload(type, first);
+bool ReadStable(const IPC::Message& msg,
+                bool (*read)(const IPC::Message*, Params*),
+                void (*write)(IPC::Message*, const Params&),
+                Params* p) {
+  if (!read(&msg, p))
+    return false;
+  const std::string first = SyncPayload(write, *p);
+  const IPC::Message again_msg = MessageWithPayload(msg.type(), first.data(), first.size());
   Params again;
-  CHECK(read(&msg, &again));
+  CHECK(read(&again_msg, &again));
   CHECK(SyncPayload(write, again) == first);
+  return true;
 }
 
 // A copy of |size| bytes in a heap block of exactly that size, so that AddressSanitizer
 // reports a decoder that reads one byte past them.
-class ExactCopy {
- public:
-  ExactCopy(const char* data, size_t size) : bytes_(new char[size]), size_(size) {
-    if (size != 0)
-      std::memcpy(bytes_.get(), data, size);
-  }
-  const char* data() const { return bytes_.get(); }
-  size_t size() const { return size_; }
-
- private:
-  std::unique_ptr<char[]> bytes_;
-  size_t size_;
-};
+inline std::vector<char> ExactCopy(const char* data, size_t size) {
+  return std::vector<char>(data, data + size);
+}
 
 }  // namespace fuzz
 

@@ -17,8 +17,6 @@ TEST(ReflectionTest, ParseSignature) {
     std::vector<std::string> params;
   };
   const Row rows[] = {
-      {"plugin::AvManagerImpl * ()", true, "plugin::AvManagerImpl *", {}},
-      {"bool (std::string)", true, "bool", {"std::string"}},
       {"void(void)", true, "void", {}},
       {" int ( const std::string & , std::map<int, int> ) ",
        true,
@@ -39,39 +37,6 @@ TEST(ReflectionTest, ParseSignature) {
     EXPECT_EQ(row.return_type, return_type);
     EXPECT_EQ(row.params, params);
   }
-}
-
-struct Counter {
-  bool Add(const std::string& text) {
-    total += text;
-    return !text.empty();
-  }
-  std::string total;
-};
-
-TEST(ReflectionTest, MethodsAreFoundAndInvokedByTheirThreeNames) {
-  Reflection reflection;
-  const std::vector<std::string> one = {"std::string"};
-  reflection.AddMethod(
-      "comp", "Counter", "Add", "bool", one,
-      new MethodContainerType1_<bool, Counter, const std::string>(&Counter::Add, "bool", one));
-  Counter counter;
-  std::string argument = "abc";
-  void* argv[] = {&argument};
-  bool added = false;
-  ASSERT_TRUE(reflection.Invoke("comp", "Counter", "Add", &added, &counter, argv));
-  EXPECT_TRUE(added);
-  EXPECT_EQ("abc", counter.total);
-  EXPECT_FALSE(reflection.Invoke("comp", "Counter", "Missing", &added, &counter, argv));
-  EXPECT_FALSE(reflection.Invoke("comp", "Other", "Add", &added, &counter, argv));
-  EXPECT_FALSE(reflection.Invoke("other", "Counter", "Add", &added, &counter, argv));
-
-  Reflection::MethodInfo info;
-  ASSERT_TRUE(reflection.GetMethod("comp", "Counter", "Add", &info));
-  EXPECT_EQ("bool", info.return_type);
-  EXPECT_EQ(one, info.params_type);
-  EXPECT_EQ(1u, reflection.CountMethods("comp"));
-  EXPECT_EQ(0u, reflection.CountMethods("other"));
 }
 
 TEST(ReflectionDeathTest, ParameterCountMismatchStopsTheProcess) {

@@ -8,59 +8,45 @@
 #include <thread>
 #include <vector>
 
-#include "base/synchronization/waitable_event.h"
 #include "gtest/gtest.h"
 #include "tvapp/application_base.h"
 #include "tvapp/local_endpoint.h"
-#include "tvapp/message_handler.h"
+#include "tvapp/test/echo_application.h"
 
 namespace ORVELL0300 {
 namespace {
 
-OCString Utf8(const std::string& text) {
-  return OCString(text, OCString::kTextEncodingUtf8);
-}
-
-bool Send(CLocalEndpoint* endpoint, const std::string& name, std::string* echo) {
-  CMessage request;
-  request.SetName(Utf8(name));
+bool Send(CLocalEndpoint* endpoint, const CMessage& request, std::string* echo) {
   CMessage reply;
-  OCString answer;
   const bool answered =
       endpoint->Exchange(kMessageTypeQuery, request,
                          std::chrono::steady_clock::now() + std::chrono::seconds(30), &reply);
-  *echo = reply.Query(Utf8("echo"), answer) ? answer.text() : "";
+  *echo = EchoApplication::EchoOf(reply);
   return answered;
 }
 
-// Echoes each request's name. When |hold| is set, the first call waits for it to be
-// signalled; every call notes whether it overlapped another and on which thread it ran.
-class NonBlockingApplication : public CMessageHandler {
+// An echo that answers without blocking and notes whether two of its calls overlapped and
+// on which thread the last one ran.
+class WatchedEcho : public EchoApplication {
  public:
-  bool OnMessage(int, const CMessage& request, Deadline, CMessage* reply) override {
+  WatchedEcho() { SetAnswersWithoutBlocking(true); }
+  bool OnMessage(int type, const CMessage& request, Deadline deadline, CMessage* reply) override {
     if (running_.fetch_add(1) != 0)
       overlapped_ = true;
     thread_ = std::this_thread::get_id();
-    if (hold_ && !entered_.IsSignaled()) {
-      entered_.Signal();
-      hold_->Wait();
-    }
     std::this_thread::yield();  // widens the window for an overlapping call
-    reply->MakeResult(Utf8("echo"), request.GetName());
+    const bool answered = EchoApplication::OnMessage(type, request, deadline, reply);
     running_.fetch_sub(1);
-    return true;
+    return answered;
   }
-  bool AnswersWithoutBlocking() const override { return true; }
 
-  base::WaitableEvent* hold_ = nullptr;
-  base::WaitableEvent entered_{true, false};
   std::atomic<int> running_{0};
   std::atomic<bool> overlapped_{false};
   std::atomic<std::thread::id> thread_;
 };
 
-TEST(LocalEndpointConcurrencyTest, HandlerRunsOneMessageAtATimeOnWhicheverThread) {
-  NonBlockingApplication application;
+TEST(LocalEndpointConcurrencyTest, HandlerRunsOneMessageAtATimeAndCloseWaitsForIt) {
+  WatchedEcho application;
   CLocalEndpoint endpoint(&application);
   std::atomic<int> wrong_replies{0};
   std::vector<std::thread> senders;
@@ -69,7 +55,7 @@ TEST(LocalEndpointConcurrencyTest, HandlerRunsOneMessageAtATimeOnWhicheverThread
       for (int n = 0; n < 300; ++n) {
         const std::string name = std::to_string(i) + "/" + std::to_string(n);
         std::string echo;
-        if (!Send(&endpoint, name, &echo) || echo != name)
+        if (!Send(&endpoint, EchoApplication::Request(name), &echo) || echo != name)
           ++wrong_replies;
       }
     });
@@ -78,29 +64,26 @@ TEST(LocalEndpointConcurrencyTest, HandlerRunsOneMessageAtATimeOnWhicheverThread
     sender.join();
   EXPECT_EQ(0, wrong_replies.load());
   EXPECT_FALSE(application.overlapped_.load());
-}
 
-TEST(LocalEndpointConcurrencyTest, CloseWaitsForTheHandlerRunningOnTheSendersThread) {
-  base::WaitableEvent release(true, false);
-  NonBlockingApplication application;
-  application.hold_ = &release;
-  CLocalEndpoint endpoint(&application);
+  // Close() while the handler holds a message on its sender's thread.
   std::string echo;
   auto sent = std::async(std::launch::async, [&endpoint, &echo] {
-    return std::make_pair(Send(&endpoint, "held", &echo), std::this_thread::get_id());
+    const bool answered = Send(&endpoint, EchoApplication::Request("held", true), &echo);
+    return std::make_pair(answered, std::this_thread::get_id());
   });
-  application.entered_.Wait();
+  while (application.received().size() <= 4 * 300)
+    std::this_thread::yield();
   auto closed = std::async(std::launch::async, [&endpoint, &application] {
     endpoint.Close();
     return application.running_.load();
   });
   EXPECT_EQ(std::future_status::timeout, closed.wait_for(std::chrono::milliseconds(50)));
-  release.Signal();
+  application.Release();
   EXPECT_EQ(0, closed.get());  // Close() returned only once the handler had returned
   const auto result = sent.get();
   EXPECT_TRUE(result.first);  // and its answer was taken
   EXPECT_EQ(result.second, application.thread_.load());
-  EXPECT_FALSE(Send(&endpoint, "after", &echo));
+  EXPECT_FALSE(Send(&endpoint, EchoApplication::Request("after"), &echo));
 }
 
 }  // namespace
