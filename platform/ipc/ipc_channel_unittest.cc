@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "ipc/ipc_message_framing.h"
 #include "ipc/ipc_sync_client.h"
 #include "ipc/ipc_sync_message.h"
 #include "ipc/test/channel_test_support.h"
@@ -81,31 +82,23 @@ TEST_F(ChannelTest, FramingOfWhatAPeerWrites) {
   const std::string filler(Channel::kMaximumMessageSize - Message::kHeaderSize, 'x');
   largest.WriteBytes(filler.data(), static_cast<int>(filler.size()));
   const uint32_t max_payload = Channel::kMaximumMessageSize - Message::kHeaderSize;
-  const std::string one_too_many = HeaderBytes(max_payload + 1, 7, 400, 2, 0);
-  const std::string claims_4_gib = HeaderBytes(0xFFFFFFF0u, 7, 400, 2, 0);
-  const std::string with_fds = HeaderBytes(0, 7, 400, 2, 1);
+  const Message hello_without_pid(MSG_ROUTING_NONE, HELLO_MESSAGE_TYPE, Message::PRIORITY_NORMAL);
 
   const struct {
     const char* name;
     std::vector<std::string> writes;  // each read by the server on its own
-    bool close_after;
     std::vector<uint32_t> expected_types;
-    bool dropped;
+    bool dropped;  // else the peer leaves by itself afterwards
   } kCases[] = {
-      {"one byte per write", byte_by_byte, false, {100}, false},
-      {"two messages in one write", {a + b}, false, {100, 200}, false},
-      {"second message split across writes",
-       {a + b.substr(0, 9), b.substr(9)},
-       false,
-       {100, 200},
-       false},
-      {"payload size split", {a.substr(0, 2), a.substr(2)}, false, {100}, false},
-      {"largest allowed message", {Serialize(largest)}, false, {300}, false},
-      {"one byte over the maximum", {one_too_many}, false, {}, true},
-      {"header claiming 4 GiB", {claims_4_gib}, false, {}, true},
-      {"descriptors claimed", {with_fds}, false, {}, true},
-      {"good message then an oversize header", {a + one_too_many}, false, {100}, true},
-      {"peer closes mid-message", {a.substr(0, 25)}, true, {}, true},
+      {"one byte per write", byte_by_byte, {100}, false},
+      {"two messages in one write", {a + b}, {100, 200}, false},
+      {"second message split across writes", {a + b.substr(0, 9), b.substr(9)}, {100, 200}, false},
+      {"largest allowed message", {Serialize(largest)}, {300}, false},
+      {"one byte over the maximum", {a + HeaderBytes(max_payload + 1)}, {100}, true},
+      {"header claiming 4 GiB", {HeaderBytes(0xFFFFFFF0u)}, {}, true},
+      {"descriptors claimed", {HeaderBytes(0, 1)}, {}, true},
+      {"hello without a pid", {Serialize(hello_without_pid)}, {}, true},
+      {"peer leaves mid-message", {a.substr(0, 25)}, {}, false},
   };
   for (const auto& test_case : kCases) {
     SCOPED_TRACE(test_case.name);
@@ -119,17 +112,14 @@ TEST_F(ChannelTest, FramingOfWhatAPeerWrites) {
       ASSERT_TRUE(client.Write(bytes));
       ASSERT_TRUE(client.WaitUntilRead());  // each write is a read of its own
     }
-    if (test_case.close_after)
-      client.Close();
-
-    const size_t expected_count = test_case.expected_types.size();
-    const bool dropped = test_case.dropped;
-    EXPECT_TRUE(listener.WaitFor([&](const Events& e) {
-      return e.messages.size() == expected_count && e.errors == (dropped ? 1 : 0);
-    }));
-    if (dropped && !test_case.close_after) {
+    const size_t count = test_case.expected_types.size();
+    EXPECT_TRUE(listener.WaitFor([&](const Events& e) { return e.messages.size() == count; }));
+    if (test_case.dropped)
       EXPECT_TRUE(client.WaitForClose());
-    }
+    else
+      EXPECT_EQ(0, listener.events().errors);
+    client.Close();
+    EXPECT_TRUE(listener.WaitFor([](const Events& e) { return e.errors == 1; }));
     const Events events = listener.events();
     std::vector<uint32_t> types;
     for (const Message& message : events.messages)
@@ -139,17 +129,11 @@ TEST_F(ChannelTest, FramingOfWhatAPeerWrites) {
       EXPECT_EQ(a, Serialize(events.messages[0]));
     }
 
-    if (dropped) {
-      // A server keeps serving after dropping a peer.
-      RawClient next;
-      ASSERT_TRUE(next.Connect(path));
-      EXPECT_EQ(24u, next.Read(24).size());
-      ASSERT_TRUE(next.Write(b));
-      EXPECT_TRUE(listener.WaitFor(
-          [&](const Events& e) { return e.messages.size() == expected_count + 1; }));
-    } else {
-      EXPECT_EQ(0, listener.events().errors);
-    }
+    // The server serves the next peer.
+    ASSERT_TRUE(client.Connect(path));
+    EXPECT_EQ(24u, client.Read(24).size());
+    ASSERT_TRUE(client.Write(b));
+    EXPECT_TRUE(listener.WaitFor([&](const Events& e) { return e.messages.size() == count + 1; }));
   }
 }
 
@@ -163,36 +147,27 @@ TEST_F(ChannelTest, PeerWithAnotherUidIsRefused) {
   EXPECT_EQ("", client.Read(24));
   EXPECT_TRUE(client.WaitForClose());
   EXPECT_TRUE(listener_.WaitFor([](const Events& e) { return e.denied == 1; }));
-  const Events events = listener_.events();
-  EXPECT_TRUE(events.connected_pids.empty());
-  EXPECT_EQ(0, events.errors);
+  EXPECT_EQ(0, listener_.events().errors);
 }
 
-TEST_F(ChannelTest, PeersAreServedAtOnceAndEachGetsItsOwnReplies) {
-  listener_.set_answer_requests(true);
+TEST_F(ChannelTest, PeersBeyondTheMaximumAreClosedAtOnceUntilOneLeaves) {
   ASSERT_TRUE(StartServer());
-  // A peer that connects and says nothing holds nobody up.
-  RawClient idle;
-  ASSERT_TRUE(idle.Connect(path_));
-  SyncClient first;
-  SyncClient second;
-  ASSERT_EQ(SyncClient::RESULT_OK, first.Connect(path_, kTimeout));
-  ASSERT_EQ(SyncClient::RESULT_OK, second.Connect(path_, kTimeout));
-  EXPECT_EQ(getpid(), second.server_pid());
-  int doubled = 0;
-  EXPECT_EQ(SyncClient::RESULT_OK, second.Send(test::NewDoubleRequest(5, &doubled), kTimeout));
-  EXPECT_EQ(10, doubled);
-  EXPECT_EQ(SyncClient::RESULT_OK, first.Send(test::NewDoubleRequest(21, &doubled), kTimeout));
-  EXPECT_EQ(42, doubled);
-  EXPECT_EQ(3u, channel_->peer_count());
-  // Outside a dispatch, a server with several peers cannot tell whom a message is for.
-  EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
-  first.Close();
-  idle.Close();
-  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.errors == 2; }));
-  EXPECT_TRUE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
-  std::unique_ptr<Message> message;
-  EXPECT_EQ(SyncClient::RESULT_OK, second.ReceiveMessage(kTimeout, &message));
+  std::unique_ptr<Message> hello(CreateHelloMessage(1));
+  std::vector<RawClient> clients(Channel::kMaximumPeers + 1);
+  for (size_t i = 0; i < Channel::kMaximumPeers; ++i) {
+    ASSERT_TRUE(clients[i].Connect(path_) && clients[i].Write(Serialize(*hello)));
+    ASSERT_TRUE(listener_.WaitFor([&](const Events& e) { return e.connected_pids.size() > i; }));
+  }
+  RawClient& refused = clients.back();
+  ASSERT_TRUE(refused.Connect(path_));
+  EXPECT_EQ("", refused.Read(24));  // no hello: stops early when the server closes
+  EXPECT_TRUE(refused.WaitForClose());
+  EXPECT_EQ(Channel::kMaximumPeers, channel_->peer_count());
+  clients[0].Close();
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.errors == 1; }));
+  ASSERT_TRUE(refused.Connect(path_) && refused.Write(Serialize(*hello)));
+  EXPECT_TRUE(listener_.WaitFor(
+      [](const Events& e) { return e.connected_pids.size() == Channel::kMaximumPeers + 1; }));
 }
 
 TEST_F(ChannelTest, APeerThatDoesNotReadIsNotReadUntilItDoes) {
@@ -220,7 +195,9 @@ TEST_F(ChannelTest, APeerThatDoesNotReadIsNotReadUntilItDoes) {
             other.SendMessage(new Message(2, 100, Message::PRIORITY_NORMAL), kTimeout));
   std::unique_ptr<Message> reply;
   ASSERT_EQ(SyncClient::RESULT_OK, other.ReceiveMessage(kTimeout, &reply));
-  EXPECT_EQ(2, reply->routing_id());
+  EXPECT_EQ(2, reply->routing_id());  // to the peer whose request it answers
+  // Outside a dispatch, a server with several peers cannot tell whom a message is for.
+  EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
   const size_t served_while_flooding = listener_.events().messages.size();
   EXPECT_LT(served_while_flooding, static_cast<size_t>(kRequests));
   // Once the peer reads, every request of it is answered, none lost.
@@ -254,26 +231,19 @@ TEST_F(ChannelTest, ConnectRefusals) {
 
 // A server and a client channel, each on its own I/O thread, for every pairing of modes.
 TEST_F(ChannelTest, ChannelToChannelInEveryModePairing) {
-  const struct {
-    Channel::Mode server;
-    Channel::Mode client;
-  } kCases[] = {
-      {Channel::MODE_NAMED_SERVER, Channel::MODE_NAMED_CLIENT},
-      {Channel::MODE_SERVER, Channel::MODE_CLIENT},
-      {Channel::MODE_NAMED_SERVER, Channel::MODE_CLIENT},
-  };
   base::Thread client_thread("chan_client_io");
   ASSERT_TRUE(client_thread.Start());
-  for (const auto& test_case : kCases) {
-    SCOPED_TRACE(testing::Message() << test_case.server << "/" << test_case.client);
+  for (Channel::Mode client_mode : {Channel::MODE_NAMED_CLIENT, Channel::MODE_CLIENT}) {
+    SCOPED_TRACE(client_mode);
     const std::string path = test::NewSocketPath();
     RecordingListener server_listener;
     RecordingListener client_listener;
-    auto server = std::make_unique<Channel>(path, test_case.server, &server_listener);
+    const Channel::Mode server_mode =
+        client_mode == Channel::MODE_CLIENT ? Channel::MODE_SERVER : Channel::MODE_NAMED_SERVER;
+    auto server = std::make_unique<Channel>(path, server_mode, &server_listener);
     server_listener.set_channel(server.get());
-    server_listener.set_answer_requests(true);
     ASSERT_TRUE(server->Connect(io_thread_.message_loop()));
-    Channel client(path, test_case.client, &client_listener);
+    Channel client(path, client_mode, &client_listener);
     ASSERT_TRUE(client.Connect(client_thread.message_loop()));
 
     int unused = 0;
