@@ -10,6 +10,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "base/posix/unix_domain_socket.h"
 #include "ipc/ipc_channel.h"
@@ -49,67 +50,45 @@ class SyncClientTest : public test::IoThreadTest {
   SyncClient client_;
 };
 
-TEST_F(SyncClientTest, ReplyAmongUnrelatedMessagesAndReplyWithoutParameters) {
-  const struct {
-    const char* name;
-    std::function<void(Channel*, const Message&)> answer;
-    SyncClient::Result expected;
-  } kCases[] = {
-      {"among unrelated messages",
-       [](Channel* channel, const Message& request) {
-         const int id = SyncMessage::GetMessageId(request);
-         Message* other_reply = new Message(1, IPC_REPLY_ID, Message::PRIORITY_NORMAL);
-         other_reply->set_reply();
-         other_reply->WriteInt(id + 1);
-         other_reply->WriteInt(-1);
-         channel->Send(other_reply);
-         Message* not_a_reply = new Message(1, test::kDoubleRequestType, Message::PRIORITY_NORMAL);
-         not_a_reply->WriteInt(id);
-         not_a_reply->WriteInt(-2);
-         channel->Send(not_a_reply);
-         channel->Send(CreateHelloMessage(12345));
-         channel->Send(ReplyWith(request, 14));
-       },
-       SyncClient::RESULT_OK},
-      {"reply without parameters",
-       [](Channel* channel, const Message& request) {
-         channel->Send(SyncMessage::GenerateReply(&request));
-       },
-       SyncClient::RESULT_CANNOT_DECODE},
-  };
-  for (const auto& test_case : kCases) {
-    SCOPED_TRACE(test_case.name);
-    Serve(test_case.answer);
-    EXPECT_EQ(getpid(), client_.server_pid());
-    int out = 0;
-    const SyncClient::Result result = client_.Send(test::NewDoubleRequest(7, &out), kTimeout);
-    EXPECT_EQ(test_case.expected, result) << client_.error();
-    EXPECT_EQ(result == SyncClient::RESULT_OK ? 14 : 0, out);
-    EXPECT_TRUE(client_.is_connected());
-  }
-}
-
-TEST_F(SyncClientTest, LateReplyToATimedOutRequestIsSkipped) {
-  std::unique_ptr<Message> held;  // used on the I/O thread only
-  Serve([&held](Channel* channel, const Message& request) {
-    if (!held) {
-      held = std::make_unique<Message>(request);  // no answer yet
-      return;
+// Requests in turn: the first is answered only once the second comes, after other messages,
+// and the third with a reply that lacks its int.
+TEST_F(SyncClientTest, EachRequestTakesOnlyItsOwnReply) {
+  std::vector<Message> requests;  // used on the I/O thread only
+  Serve([&requests](Channel* channel, const Message& request) {
+    requests.push_back(request);
+    if (requests.size() == 2) {
+      const int id = SyncMessage::GetMessageId(request);
+      Message* other_reply = new Message(1, IPC_REPLY_ID, Message::PRIORITY_NORMAL);
+      other_reply->set_reply();
+      other_reply->WriteInt(id + 1);
+      other_reply->WriteInt(-1);
+      channel->Send(other_reply);
+      Message* not_a_reply = new Message(1, test::kDoubleRequestType, Message::PRIORITY_NORMAL);
+      not_a_reply->WriteInt(id);
+      not_a_reply->WriteInt(-2);
+      channel->Send(not_a_reply);
+      channel->Send(CreateHelloMessage(12345));
+      channel->Send(ReplyWith(requests[0], 999));  // late
+      channel->Send(ReplyWith(request, 42));
+    } else if (requests.size() == 3) {
+      channel->Send(SyncMessage::GenerateReply(&request));
     }
-    channel->Send(ReplyWith(*held, 999));
-    channel->Send(ReplyWith(request, 2 * 21));
   });
-  int first = 0;
+  EXPECT_EQ(getpid(), client_.server_pid());
+  int out[3] = {0, 0, 0};
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(SyncClient::RESULT_TIMEOUT,
-            client_.Send(test::NewDoubleRequest(1, &first), milliseconds(100)));
+            client_.Send(test::NewDoubleRequest(1, &out[0]), milliseconds(100)));
   EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(100));
   EXPECT_TRUE(client_.is_connected());
-  int second = 0;
-  ASSERT_EQ(SyncClient::RESULT_OK, client_.Send(test::NewDoubleRequest(21, &second), kTimeout))
+  EXPECT_EQ(SyncClient::RESULT_OK, client_.Send(test::NewDoubleRequest(21, &out[1]), kTimeout))
       << client_.error();
-  EXPECT_EQ(42, second);
-  EXPECT_EQ(0, first);
+  EXPECT_EQ(SyncClient::RESULT_CANNOT_DECODE,
+            client_.Send(test::NewDoubleRequest(5, &out[2]), kTimeout));
+  EXPECT_TRUE(client_.is_connected());
+  EXPECT_EQ(0, out[0]);
+  EXPECT_EQ(42, out[1]);
+  EXPECT_EQ(0, out[2]);
 }
 
 TEST_F(SyncClientTest, ConnectFailures) {

@@ -5,7 +5,6 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -28,11 +27,6 @@ std::string NewSocketPath() {
       "/tmp/tarn-ipc-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
   unlink(path.c_str());
   return path;
-}
-
-bool PathExists(const std::string& path) {
-  struct stat info;
-  return lstat(path.c_str(), &info) == 0;
 }
 
 SyncMessage* NewDoubleRequest(int value, int* doubled) {
@@ -75,16 +69,6 @@ bool RecordingListener::WaitFor(const std::function<bool(const Events&)>& condit
 
 bool RecordingListener::OnMessageReceived(const Message& message) {
   Record([&message](Events* events) { events->messages.push_back(message); });
-  if (channel_ && message.is_sync() && message.type() == kDoubleRequestType) {
-    PickleIterator iter = SyncMessage::GetDataIterator(&message);
-    int value = 0;
-    Message* reply = SyncMessage::GenerateReply(&message);
-    if (iter.ReadInt(&value))
-      reply->WriteInt(2 * value);
-    else
-      reply->set_reply_error();
-    channel_->Send(reply);
-  }
   if (on_message_)
     on_message_(message);
   return true;

@@ -26,15 +26,14 @@ namespace test {
 
 const std::chrono::milliseconds kTimeout(5000);
 
-// A synchronous request whose reply doubles its int.
+// The type of the requests below.
 const uint32_t kDoubleRequestType = 0x7E570001;
 
 // A fresh path "/tmp/tarn-ipc-<pid>-<n>" with nothing at it.
 std::string NewSocketPath();
-bool PathExists(const std::string& path);
 
-// A request for twice |value|; the reply lands in |*doubled| (not owned). The caller owns
-// the message.
+// A synchronous request carrying |value|, whose reply is one int that lands in |*doubled|
+// (not owned). The caller owns the message.
 SyncMessage* NewDoubleRequest(int value, int* doubled);
 
 // The bytes of |message| as they travel.
@@ -59,8 +58,7 @@ class IoThreadTest : public ::testing::Test {
   std::string path_;
 };
 
-// Records every callback. Once given a channel, answers kDoubleRequestType requests through
-// it, on the I/O thread.
+// Records every callback.
 class RecordingListener : public Channel::Listener {
  public:
   struct Events {
@@ -72,8 +70,6 @@ class RecordingListener : public Channel::Listener {
     std::vector<base::MessageLoop*> callback_loops;
   };
 
-  // |channel| is not owned; replies go through it.
-  void set_channel(Channel* channel) { channel_ = channel; }
   // Runs inside OnMessageReceived, after the message is recorded.
   void set_on_message(std::function<void(const Message&)> on_message) {
     on_message_ = std::move(on_message);
@@ -92,7 +88,6 @@ class RecordingListener : public Channel::Listener {
  private:
   void Record(const std::function<void(Events*)>& change);
 
-  Channel* channel_ = nullptr;  // not owned
   std::function<void(const Message&)> on_message_;
   mutable std::mutex lock_;
   mutable std::condition_variable changed_;
