@@ -144,6 +144,7 @@ TEST_F(ChannelServerTest, EachPeerHasAChannelOfItsOwnAndIsReportedGoneOnce) {
     ASSERT_EQ(SyncClient::RESULT_OK, clients[id].Connect(path_, kTimeout));
     ASSERT_TRUE(delegate_.WaitFor([&] { return delegate_.peers.size() == id + 1u; }));
   }
+  WaitForIoThread();  // the server counts a peer once the accepting task is over
   EXPECT_EQ(3u, server_->peer_count());
   // From this thread, through each peer's own channel, to that client alone.
   for (int id = 0; id < kClients; ++id)
