@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "ipc/ipc_message_framing.h"
 #include "ipc/ipc_sync_client.h"
 #include "ipc/ipc_sync_message.h"
 #include "ipc/test/channel_test_support.h"
@@ -18,7 +19,6 @@ namespace {
 using test::HeaderBytes;
 using test::HexBytes;
 using test::kTimeout;
-using test::PathExists;
 using test::RawClient;
 using test::RecordingListener;
 using test::Serialize;
@@ -35,7 +35,6 @@ class ChannelTest : public test::IoThreadTest {
  protected:
   bool StartServer() {
     channel_ = std::make_unique<Channel>(path_, Channel::MODE_NAMED_SERVER, &listener_);
-    listener_.set_channel(channel_.get());
     return channel_->Connect(io_thread_.message_loop());
   }
 
@@ -50,16 +49,15 @@ TEST_F(ChannelTest, HellosTravelBothWaysAndTheListenerGetsThePeersPid) {
   RawClient client;
   ASSERT_TRUE(client.Connect(path_));
   // payload_size 4, routing -2, type 65535, flags PRIORITY_NORMAL, no descriptors, the pid.
-  const uint32_t pid = static_cast<uint32_t>(getpid());
-  std::string expected_hello = HexBytes("04000000 feffffff ffff0000 02000000 00000000");
-  for (int i = 0; i < 4; ++i)
-    expected_hello.push_back(static_cast<char>((pid >> (8 * i)) & 0xFF));
-  EXPECT_EQ(expected_hello, client.Read(24));
+  const int32_t pid = getpid();
+  EXPECT_EQ(HexBytes("04000000 feffffff ffff0000 02000000 00000000") +
+                std::string(reinterpret_cast<const char*>(&pid), sizeof(pid)),
+            client.Read(24));
 
   Message hello(MSG_ROUTING_NONE, HELLO_MESSAGE_TYPE, Message::PRIORITY_NORMAL);
   hello.WriteInt(4242);
-  ASSERT_TRUE(client.Write(Serialize(hello) + Serialize(hello)));
-  ASSERT_TRUE(client.Write(Serialize(MakeMessage(100, 1, "after"))));
+  ASSERT_TRUE(
+      client.Write(Serialize(hello) + Serialize(hello) + Serialize(MakeMessage(100, 1, ""))));
   ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.messages.size() == 1; }));
   const Events events = listener_.events();
   // Only the first hello counts, and no hello reaches OnMessageReceived.
@@ -81,31 +79,23 @@ TEST_F(ChannelTest, FramingOfWhatAPeerWrites) {
   const std::string filler(Channel::kMaximumMessageSize - Message::kHeaderSize, 'x');
   largest.WriteBytes(filler.data(), static_cast<int>(filler.size()));
   const uint32_t max_payload = Channel::kMaximumMessageSize - Message::kHeaderSize;
-  const std::string one_too_many = HeaderBytes(max_payload + 1, 7, 400, 2, 0);
-  const std::string claims_4_gib = HeaderBytes(0xFFFFFFF0u, 7, 400, 2, 0);
-  const std::string with_fds = HeaderBytes(0, 7, 400, 2, 1);
+  const Message hello_without_pid(MSG_ROUTING_NONE, HELLO_MESSAGE_TYPE, Message::PRIORITY_NORMAL);
 
   const struct {
     const char* name;
     std::vector<std::string> writes;  // each read by the server on its own
-    bool close_after;
     std::vector<uint32_t> expected_types;
-    bool dropped;
+    bool dropped;  // else the peer leaves by itself afterwards
   } kCases[] = {
-      {"one byte per write", byte_by_byte, false, {100}, false},
-      {"two messages in one write", {a + b}, false, {100, 200}, false},
-      {"second message split across writes",
-       {a + b.substr(0, 9), b.substr(9)},
-       false,
-       {100, 200},
-       false},
-      {"payload size split", {a.substr(0, 2), a.substr(2)}, false, {100}, false},
-      {"largest allowed message", {Serialize(largest)}, false, {300}, false},
-      {"one byte over the maximum", {one_too_many}, false, {}, true},
-      {"header claiming 4 GiB", {claims_4_gib}, false, {}, true},
-      {"descriptors claimed", {with_fds}, false, {}, true},
-      {"good message then an oversize header", {a + one_too_many}, false, {100}, true},
-      {"peer closes mid-message", {a.substr(0, 25)}, true, {}, true},
+      {"one byte per write", byte_by_byte, {100}, false},
+      {"two messages in one write", {a + b}, {100, 200}, false},
+      {"second message split across writes", {a + b.substr(0, 9), b.substr(9)}, {100, 200}, false},
+      {"largest allowed message", {Serialize(largest)}, {300}, false},
+      {"one byte over the maximum", {a + HeaderBytes(max_payload + 1)}, {100}, true},
+      {"header claiming 4 GiB", {HeaderBytes(0xFFFFFFF0u)}, {}, true},
+      {"descriptors claimed", {HeaderBytes(0, 1)}, {}, true},
+      {"hello without a pid", {Serialize(hello_without_pid)}, {}, true},
+      {"peer leaves mid-message", {a.substr(0, 25)}, {}, false},
   };
   for (const auto& test_case : kCases) {
     SCOPED_TRACE(test_case.name);
@@ -119,37 +109,19 @@ TEST_F(ChannelTest, FramingOfWhatAPeerWrites) {
       ASSERT_TRUE(client.Write(bytes));
       ASSERT_TRUE(client.WaitUntilRead());  // each write is a read of its own
     }
-    if (test_case.close_after)
-      client.Close();
-
-    const size_t expected_count = test_case.expected_types.size();
-    const bool dropped = test_case.dropped;
-    EXPECT_TRUE(listener.WaitFor([&](const Events& e) {
-      return e.messages.size() == expected_count && e.errors == (dropped ? 1 : 0);
-    }));
-    if (dropped && !test_case.close_after) {
+    const size_t count = test_case.expected_types.size();
+    EXPECT_TRUE(listener.WaitFor([&](const Events& e) { return e.messages.size() == count; }));
+    if (test_case.dropped)
       EXPECT_TRUE(client.WaitForClose());
-    }
+    else
+      EXPECT_EQ(0, listener.events().errors);
+    client.Close();
+    EXPECT_TRUE(listener.WaitFor([](const Events& e) { return e.errors == 1; }));
     const Events events = listener.events();
     std::vector<uint32_t> types;
     for (const Message& message : events.messages)
       types.push_back(message.type());
     EXPECT_EQ(test_case.expected_types, types);
-    if (!types.empty() && types[0] == 100) {
-      EXPECT_EQ(a, Serialize(events.messages[0]));
-    }
-
-    if (dropped) {
-      // A server keeps serving after dropping a peer.
-      RawClient next;
-      ASSERT_TRUE(next.Connect(path));
-      EXPECT_EQ(24u, next.Read(24).size());
-      ASSERT_TRUE(next.Write(b));
-      EXPECT_TRUE(listener.WaitFor(
-          [&](const Events& e) { return e.messages.size() == expected_count + 1; }));
-    } else {
-      EXPECT_EQ(0, listener.events().errors);
-    }
   }
 }
 
@@ -163,138 +135,68 @@ TEST_F(ChannelTest, PeerWithAnotherUidIsRefused) {
   EXPECT_EQ("", client.Read(24));
   EXPECT_TRUE(client.WaitForClose());
   EXPECT_TRUE(listener_.WaitFor([](const Events& e) { return e.denied == 1; }));
-  const Events events = listener_.events();
-  EXPECT_TRUE(events.connected_pids.empty());
-  EXPECT_EQ(0, events.errors);
+  EXPECT_EQ(0, listener_.events().errors);
 }
 
-TEST_F(ChannelTest, PeersAreServedAtOnceAndEachGetsItsOwnReplies) {
-  listener_.set_answer_requests(true);
+TEST_F(ChannelTest, PeersBeyondTheMaximumAreClosedAtOnceUntilOneLeaves) {
   ASSERT_TRUE(StartServer());
-  // A peer that connects and says nothing holds nobody up.
-  RawClient idle;
-  ASSERT_TRUE(idle.Connect(path_));
-  SyncClient first;
-  SyncClient second;
-  ASSERT_EQ(SyncClient::RESULT_OK, first.Connect(path_, kTimeout));
-  ASSERT_EQ(SyncClient::RESULT_OK, second.Connect(path_, kTimeout));
-  EXPECT_EQ(getpid(), second.server_pid());
-  int doubled = 0;
-  EXPECT_EQ(SyncClient::RESULT_OK, second.Send(test::NewDoubleRequest(5, &doubled), kTimeout));
-  EXPECT_EQ(10, doubled);
-  EXPECT_EQ(SyncClient::RESULT_OK, first.Send(test::NewDoubleRequest(21, &doubled), kTimeout));
-  EXPECT_EQ(42, doubled);
-  EXPECT_EQ(3u, channel_->peer_count());
+  std::unique_ptr<Message> hello(CreateHelloMessage(1));
+  std::vector<RawClient> clients(Channel::kMaximumPeers + 1);
+  for (size_t i = 0; i < Channel::kMaximumPeers; ++i) {
+    ASSERT_TRUE(clients[i].Connect(path_) && clients[i].Write(Serialize(*hello)));
+    ASSERT_TRUE(listener_.WaitFor([&](const Events& e) { return e.connected_pids.size() > i; }));
+  }
+  RawClient& refused = clients.back();
+  ASSERT_TRUE(refused.Connect(path_));
+  EXPECT_EQ("", refused.Read(24));  // no hello: stops early when the server closes
+  EXPECT_TRUE(refused.WaitForClose());
+  EXPECT_EQ(Channel::kMaximumPeers, channel_->peer_count());
   // Outside a dispatch, a server with several peers cannot tell whom a message is for.
   EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
-  first.Close();
-  idle.Close();
-  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.errors == 2; }));
-  EXPECT_TRUE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
-  std::unique_ptr<Message> message;
-  EXPECT_EQ(SyncClient::RESULT_OK, second.ReceiveMessage(kTimeout, &message));
-}
-
-TEST_F(ChannelTest, APeerThatDoesNotReadIsNotReadUntilItDoes) {
-  // Each request is answered with 32 KiB: 64 of them are far more than the socket and the
-  // read pause mark hold.
-  const std::string filler(32 * 1024, 'r');
-  listener_.set_on_message([this, &filler](const Message& request) {
-    Message* reply = new Message(request.routing_id(), 600, Message::PRIORITY_NORMAL);
-    reply->WriteString(filler);
-    channel_->Send(reply);
-  });
-  ASSERT_TRUE(StartServer());
-  const int kRequests = 64;
-  RawClient flood;
-  ASSERT_TRUE(flood.Connect(path_));
-  std::string requests;
-  for (int i = 0; i < kRequests; ++i)
-    requests += Serialize(MakeMessage(100, i, "more"));
-  ASSERT_TRUE(flood.Write(requests));
-  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return !e.messages.empty(); }));
-  // Another peer is served meanwhile; by then the flood has stopped being read.
-  SyncClient other;
-  ASSERT_EQ(SyncClient::RESULT_OK, other.Connect(path_, kTimeout));
-  ASSERT_EQ(SyncClient::RESULT_OK,
-            other.SendMessage(new Message(2, 100, Message::PRIORITY_NORMAL), kTimeout));
-  std::unique_ptr<Message> reply;
-  ASSERT_EQ(SyncClient::RESULT_OK, other.ReceiveMessage(kTimeout, &reply));
-  EXPECT_EQ(2, reply->routing_id());
-  const size_t served_while_flooding = listener_.events().messages.size();
-  EXPECT_LT(served_while_flooding, static_cast<size_t>(kRequests));
-  // Once the peer reads, every request of it is answered, none lost.
-  const size_t reply_size = Serialize(*reply).size();
-  EXPECT_EQ(24u + kRequests * reply_size, flood.Read(24 + kRequests * reply_size).size());
-  EXPECT_TRUE(
-      listener_.WaitFor([](const Events& e) { return e.messages.size() == kRequests + 1; }));
-  EXPECT_EQ(0, listener_.events().errors);
+  clients[0].Close();
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.errors == 1; }));
+  ASSERT_TRUE(refused.Connect(path_) && refused.Write(Serialize(*hello)));
+  EXPECT_TRUE(listener_.WaitFor(
+      [](const Events& e) { return e.connected_pids.size() == Channel::kMaximumPeers + 1; }));
 }
 
 TEST_F(ChannelTest, ConnectRefusals) {
   RecordingListener listener;
-  Channel no_mode(path_, Channel::MODE_NONE, &listener);
-  EXPECT_FALSE(no_mode.Connect(io_thread_.message_loop()));
-  Channel no_server(path_, Channel::MODE_NAMED_CLIENT, &listener);
-  EXPECT_FALSE(no_server.Connect(io_thread_.message_loop()));
+  for (Channel::Mode mode : {Channel::MODE_NONE, Channel::MODE_NAMED_CLIENT}) {
+    Channel no_server(path_, mode, &listener);
+    EXPECT_FALSE(no_server.Connect(io_thread_.message_loop()));
+  }
   Channel too_long(std::string(120, 'x'), Channel::MODE_NAMED_SERVER, &listener);
   EXPECT_FALSE(too_long.Connect(io_thread_.message_loop()));
-  Channel no_directory("/nonexistent-dir/sock", Channel::MODE_NAMED_SERVER, &listener);
-  EXPECT_FALSE(no_directory.Connect(io_thread_.message_loop()));
-
   ASSERT_TRUE(StartServer());
   EXPECT_FALSE(channel_->Connect(io_thread_.message_loop()));                 // only once
   EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));  // no peer yet
   channel_->Close();
-  EXPECT_FALSE(PathExists(path_));
-  Channel closed_first(test::NewSocketPath(), Channel::MODE_NAMED_SERVER, &listener);
-  closed_first.Close();
-  EXPECT_FALSE(closed_first.Connect(io_thread_.message_loop()));
+  EXPECT_NE(0, access(path_.c_str(), F_OK));
+  EXPECT_FALSE(channel_->Connect(io_thread_.message_loop()));  // nor after Close()
 }
 
-// A server and a client channel, each on its own I/O thread, for every pairing of modes.
-TEST_F(ChannelTest, ChannelToChannelInEveryModePairing) {
-  const struct {
-    Channel::Mode server;
-    Channel::Mode client;
-  } kCases[] = {
-      {Channel::MODE_NAMED_SERVER, Channel::MODE_NAMED_CLIENT},
-      {Channel::MODE_SERVER, Channel::MODE_CLIENT},
-      {Channel::MODE_NAMED_SERVER, Channel::MODE_CLIENT},
-  };
+// A client channel on an I/O thread of its own.
+TEST_F(ChannelTest, ClientChannelMeetsAServerChannel) {
+  ASSERT_TRUE(StartServer());
   base::Thread client_thread("chan_client_io");
   ASSERT_TRUE(client_thread.Start());
-  for (const auto& test_case : kCases) {
-    SCOPED_TRACE(testing::Message() << test_case.server << "/" << test_case.client);
-    const std::string path = test::NewSocketPath();
-    RecordingListener server_listener;
-    RecordingListener client_listener;
-    auto server = std::make_unique<Channel>(path, test_case.server, &server_listener);
-    server_listener.set_channel(server.get());
-    server_listener.set_answer_requests(true);
-    ASSERT_TRUE(server->Connect(io_thread_.message_loop()));
-    Channel client(path, test_case.client, &client_listener);
-    ASSERT_TRUE(client.Connect(client_thread.message_loop()));
-
-    int unused = 0;
-    ASSERT_TRUE(client.Send(test::NewDoubleRequest(8, &unused)));
-    ASSERT_TRUE(client_listener.WaitFor([](const Events& e) { return e.messages.size() == 1; }));
-    Events events = client_listener.events();
-    EXPECT_EQ(std::vector<int32_t>{getpid()}, events.connected_pids);
-    const Message& reply = events.messages[0];
-    EXPECT_TRUE(reply.is_reply());
-    PickleIterator iter = SyncMessage::GetDataIterator(&reply);
-    int doubled = 0;
-    EXPECT_TRUE(iter.ReadInt(&doubled));
-    EXPECT_EQ(16, doubled);
-    for (base::MessageLoop* loop : events.callback_loops)
-      EXPECT_EQ(client_thread.message_loop(), loop);
-
-    // The server goes away: the client is told, and has no one to send to.
-    server.reset();
-    EXPECT_TRUE(client_listener.WaitFor([](const Events& e) { return e.errors == 1; }));
-    EXPECT_FALSE(client.Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
-  }
+  RecordingListener client_listener;
+  Channel client(path_, Channel::MODE_CLIENT, &client_listener);
+  ASSERT_TRUE(client.Connect(client_thread.message_loop()));
+  ASSERT_TRUE(client.Send(new Message(MakeMessage(100, 1, "up"))));
+  ASSERT_TRUE(listener_.WaitFor([](const Events& e) { return e.messages.size() == 1; }));
+  EXPECT_TRUE(channel_->Send(new Message(MakeMessage(200, 2, "down"))));  // its only peer
+  ASSERT_TRUE(client_listener.WaitFor([](const Events& e) { return e.messages.size() == 1; }));
+  const Events events = client_listener.events();
+  EXPECT_EQ(std::vector<int32_t>{getpid()}, events.connected_pids);
+  EXPECT_EQ(200u, events.messages[0].type());
+  for (base::MessageLoop* loop : events.callback_loops)
+    EXPECT_EQ(client_thread.message_loop(), loop);
+  // The server goes away: the client is told, and has no one to send to.
+  channel_.reset();
+  EXPECT_TRUE(client_listener.WaitFor([](const Events& e) { return e.errors == 1; }));
+  EXPECT_FALSE(client.Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
 }
 
 TEST_F(ChannelTest, SendFromSeveralThreadsAtOnceLosesNothing) {
@@ -327,9 +229,7 @@ TEST_F(ChannelTest, SendFromSeveralThreadsAtOnceLosesNothing) {
     PickleIterator iter(*message);
     int index = -1;
     std::string text;
-    ASSERT_TRUE(iter.ReadInt(&index));
-    ASSERT_TRUE(iter.ReadString(&text));
-    ASSERT_EQ(filler, text);
+    ASSERT_TRUE(iter.ReadInt(&index) && iter.ReadString(&text) && text == filler);
     const int sender = message->routing_id();
     ASSERT_TRUE(sender >= 0 && sender < kSenders);
     // Each sender's messages arrive whole and in its order.
@@ -349,11 +249,9 @@ TEST_F(ChannelTest, ChannelThatOutlivesItsIoThreadClosesWithIt) {
   io_thread_.Stop();
   // The peers' connections and the socket file went with the loop; the listener heard each
   // peer leave, once.
-  for (SyncClient& client : clients) {
-    std::unique_ptr<Message> message;
-    EXPECT_EQ(SyncClient::RESULT_DISCONNECTED, client.ReceiveMessage(kTimeout, &message));
-  }
-  EXPECT_FALSE(PathExists(path_));
+  std::unique_ptr<Message> message;
+  EXPECT_EQ(SyncClient::RESULT_DISCONNECTED, clients[1].ReceiveMessage(kTimeout, &message));
+  EXPECT_NE(0, access(path_.c_str(), F_OK));
   EXPECT_FALSE(channel_->Send(new Message(1, 2, Message::PRIORITY_NORMAL)));
   channel_.reset();
   EXPECT_EQ(2, listener_.events().errors);
@@ -369,11 +267,9 @@ TEST_F(ChannelTest, ListenerMayDestroyTheChannelFromItsCallback) {
       client.Write(Serialize(MakeMessage(100, 1, "a")) + Serialize(MakeMessage(200, 2, "b"))));
   EXPECT_TRUE(client.WaitForClose());
   WaitForIoThread();
-  const Events events = listener_.events();
-  ASSERT_EQ(1u, events.messages.size());
-  EXPECT_EQ(100u, events.messages[0].type());
-  EXPECT_EQ(0, events.errors);
-  EXPECT_FALSE(PathExists(path_));
+  EXPECT_EQ(1u, listener_.events().messages.size());
+  EXPECT_EQ(0, listener_.events().errors);
+  EXPECT_NE(0, access(path_.c_str(), F_OK));
 }
 
 }  // namespace

@@ -3,13 +3,13 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/sockios.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cstring>
 #include <thread>
 
 #include "base/message_loop/message_loop.h"
@@ -29,11 +29,6 @@ std::string NewSocketPath() {
   return path;
 }
 
-bool PathExists(const std::string& path) {
-  struct stat info;
-  return lstat(path.c_str(), &info) == 0;
-}
-
 SyncMessage* NewDoubleRequest(int value, int* doubled) {
   SyncMessage* request =
       new SyncMessage(1, kDoubleRequestType, Message::PRIORITY_NORMAL,
@@ -46,22 +41,10 @@ std::string Serialize(const Message& message) {
   return std::string(static_cast<const char*>(message.data()), message.size());
 }
 
-std::string HeaderBytes(uint32_t payload_size,
-                        int32_t routing,
-                        uint32_t type,
-                        uint32_t flags,
-                        uint16_t num_fds) {
-  std::string bytes;
-  auto put = [&bytes](uint32_t value, int size) {
-    for (int i = 0; i < size; ++i)
-      bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
-  };
-  put(payload_size, 4);
-  put(static_cast<uint32_t>(routing), 4);
-  put(type, 4);
-  put(flags, 4);
-  put(num_fds, 2);
-  put(0, 2);
+std::string HeaderBytes(uint32_t payload_size, uint16_t num_fds) {
+  std::string bytes = Serialize(Message(7, 400, Message::PRIORITY_NORMAL));
+  std::memcpy(&bytes[0], &payload_size, sizeof(payload_size));
+  std::memcpy(&bytes[16], &num_fds, sizeof(num_fds));
   return bytes;
 }
 
@@ -73,10 +56,6 @@ void IoThreadTest::SetUp() {
 void IoThreadTest::TearDown() {
   unlink(path_.c_str());
 }
-
-RecordingListener::RecordingListener() = default;
-
-RecordingListener::~RecordingListener() = default;
 
 RecordingListener::Events RecordingListener::events() const {
   std::lock_guard<std::mutex> lock(lock_);
@@ -90,16 +69,6 @@ bool RecordingListener::WaitFor(const std::function<bool(const Events&)>& condit
 
 bool RecordingListener::OnMessageReceived(const Message& message) {
   Record([&message](Events* events) { events->messages.push_back(message); });
-  if (answer_requests_ && message.is_sync() && message.type() == kDoubleRequestType) {
-    PickleIterator iter = SyncMessage::GetDataIterator(&message);
-    int value = 0;
-    Message* reply = SyncMessage::GenerateReply(&message);
-    if (iter.ReadInt(&value))
-      reply->WriteInt(2 * value);
-    else
-      reply->set_reply_error();
-    channel_->Send(reply);
-  }
   if (on_message_)
     on_message_(message);
   return true;
@@ -127,7 +96,9 @@ void RecordingListener::Record(const std::function<void(Events*)>& change) {
 bool RawClient::Connect(const std::string& path) {
   Close();
   fd_ = base::ConnectUnixSocket(path);
-  return fd_ >= 0 && fcntl(fd_, F_SETFL, 0) == 0;
+  const timeval timeout = {kTimeout.count() / 1000, 0};
+  return fd_ >= 0 && fcntl(fd_, F_SETFL, 0) == 0 &&
+         setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout)) == 0;
 }
 
 bool RawClient::Write(const std::string& bytes) {
@@ -152,42 +123,28 @@ bool RawClient::WaitUntilRead() {
   return unread == 0;
 }
 
-bool RawClient::ReadSome(size_t size,
-                         std::chrono::steady_clock::time_point deadline,
-                         std::string* bytes) {
-  bytes->clear();
-  for (;;) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
-    pollfd poll_fd = {fd_, POLLIN, 0};
-    if (left.count() <= 0 || poll(&poll_fd, 1, static_cast<int>(left.count())) <= 0)
-      return false;
-    bytes->resize(size);
-    const ssize_t count = recv(fd_, &(*bytes)[0], size, 0);
-    if (count < 0 && errno == EINTR)
-      continue;
-    bytes->resize(count > 0 ? static_cast<size_t>(count) : 0);
-    return count >= 0 || errno == ECONNRESET;
-  }
-}
-
 std::string RawClient::Read(size_t size) {
-  const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-  std::string bytes;
-  std::string more;
-  while (bytes.size() < size && ReadSome(size - bytes.size(), deadline, &more) && !more.empty())
-    bytes += more;
+  std::string bytes(size, '\0');
+  size_t got = 0;
+  while (got < size) {
+    const ssize_t count = recv(fd_, &bytes[got], size - got, 0);
+    if (count == 0 || (count < 0 && errno != EINTR))
+      break;
+    got += count > 0 ? static_cast<size_t>(count) : 0;
+  }
+  bytes.resize(got);
   return bytes;
 }
 
 bool RawClient::WaitForClose() {
-  const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-  std::string more;
-  while (ReadSome(4096, deadline, &more)) {
-    if (more.empty())
+  char buffer[4096];
+  for (;;) {
+    const ssize_t count = recv(fd_, buffer, sizeof(buffer), 0);
+    if (count == 0 || (count < 0 && errno == ECONNRESET))
       return true;
+    if (count < 0 && errno != EINTR)
+      return false;
   }
-  return false;
 }
 
 void RawClient::Close() {

@@ -26,26 +26,22 @@ namespace test {
 
 const std::chrono::milliseconds kTimeout(5000);
 
-// A synchronous request whose reply doubles its int.
+// The type of the requests below.
 const uint32_t kDoubleRequestType = 0x7E570001;
 
 // A fresh path "/tmp/tarn-ipc-<pid>-<n>" with nothing at it.
 std::string NewSocketPath();
-bool PathExists(const std::string& path);
 
-// A request for twice |value|; the reply lands in |*doubled| (not owned). The caller owns
-// the message.
+// A synchronous request carrying |value|, whose reply is one int that lands in |*doubled|
+// (not owned). The caller owns the message.
 SyncMessage* NewDoubleRequest(int value, int* doubled);
 
 // The bytes of |message| as they travel.
 std::string Serialize(const Message& message);
 
-// A 20-byte header as it travels.
-std::string HeaderBytes(uint32_t payload_size,
-                        int32_t routing,
-                        uint32_t type,
-                        uint32_t flags,
-                        uint16_t num_fds);
+// The 20-byte header of a message (routing 7, type 400) that claims |payload_size| bytes of
+// payload and |num_fds| descriptors.
+std::string HeaderBytes(uint32_t payload_size, uint16_t num_fds = 0);
 
 // An I/O thread and a fresh socket path for each test. What a test adds in a subclass is
 // destroyed before the thread stops.
@@ -62,8 +58,7 @@ class IoThreadTest : public ::testing::Test {
   std::string path_;
 };
 
-// Records every callback. Optionally answers kDoubleRequestType requests on the I/O thread,
-// through the channel given to set_channel().
+// Records every callback.
 class RecordingListener : public Channel::Listener {
  public:
   struct Events {
@@ -75,12 +70,6 @@ class RecordingListener : public Channel::Listener {
     std::vector<base::MessageLoop*> callback_loops;
   };
 
-  RecordingListener();
-  ~RecordingListener() override;
-
-  // |channel| is not owned; replies go through it.
-  void set_channel(Channel* channel) { channel_ = channel; }
-  void set_answer_requests(bool answer) { answer_requests_ = answer; }
   // Runs inside OnMessageReceived, after the message is recorded.
   void set_on_message(std::function<void(const Message&)> on_message) {
     on_message_ = std::move(on_message);
@@ -99,8 +88,6 @@ class RecordingListener : public Channel::Listener {
  private:
   void Record(const std::function<void(Events*)>& change);
 
-  Channel* channel_ = nullptr;  // not owned
-  bool answer_requests_ = false;
   std::function<void(const Message&)> on_message_;
   mutable std::mutex lock_;
   mutable std::condition_variable changed_;
@@ -108,6 +95,7 @@ class RecordingListener : public Channel::Listener {
 };
 
 // A bare blocking socket connected to a server, for writing exactly the bytes a test wants.
+// Each read gives up after kTimeout.
 class RawClient {
  public:
   RawClient() = default;
@@ -119,18 +107,13 @@ class RawClient {
   bool Write(const std::string& bytes);
   // Waits until the server has read everything written so far.
   bool WaitUntilRead();
-  // Reads until |size| bytes have arrived, the server closes, or kTimeout passes.
+  // Reads until |size| bytes have arrived, the server closes, or a read times out.
   std::string Read(size_t size);
-  // Whether the server closes the connection within kTimeout; bytes before that are
-  // discarded.
+  // Whether the server closes the connection; bytes before that are discarded.
   bool WaitForClose();
   void Close();
 
  private:
-  // The next bytes, at most |size|: empty when the server has closed, false when nothing
-  // comes before |deadline|.
-  bool ReadSome(size_t size, std::chrono::steady_clock::time_point deadline, std::string* bytes);
-
   int fd_ = -1;
 };
 
