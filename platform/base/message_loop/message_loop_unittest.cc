@@ -5,11 +5,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "base/test/blocked_thread.h"
 #include "base/test/deadlock_guard.h"
@@ -18,40 +16,33 @@
 namespace base {
 namespace {
 
-// A non-blocking pipe and a watcher that records what it is told about one of its ends;
-// an optional hook runs inside the read callback.
-class WatchedPipe : public MessageLoop::Watcher {
+// A pipe with a byte in it and a persistent watch of its read end; when told it can read,
+// it reads and counts, and stops the watch of |stops| if one is given.
+class ReadyPipe : public MessageLoop::Watcher {
  public:
-  WatchedPipe() { EXPECT_EQ(0, pipe2(fds_, O_NONBLOCK | O_CLOEXEC)); }
-  ~WatchedPipe() override {
+  explicit ReadyPipe(MessageLoop* loop) {
+    EXPECT_EQ(0, pipe2(fds_, O_CLOEXEC));
+    EXPECT_EQ(1, write(fds_[1], "x", 1));
+    EXPECT_TRUE(
+        loop->WatchFileDescriptor(fds_[0], true, MessageLoop::WATCH_READ, controller.get(), this));
+  }
+  ~ReadyPipe() override {
     close(fds_[0]);
     close(fds_[1]);
   }
-
-  // Watches the read end, or with |write_end| the write end, for |mode|.
-  bool Watch(MessageLoop* loop, bool persistent, MessageLoop::Mode mode, bool write_end = false) {
-    return loop->WatchFileDescriptor(fds_[write_end ? 1 : 0], persistent, mode, controller.get(),
-                                     this);
-  }
-  void WriteByte(char c) { ASSERT_EQ(1, write(fds_[1], &c, 1)); }
-
   void OnFileCanReadWithoutBlocking(int fd) override {
-    char buffer[64];
-    const ssize_t n = read(fd, buffer, sizeof(buffer));
-    if (n > 0)
-      data.append(buffer, static_cast<size_t>(n));
+    char byte;
+    EXPECT_EQ(1, read(fd, &byte, 1));
     ++reads;
-    if (on_read)
-      on_read();
+    if (stops)
+      stops->controller.reset();
   }
-  void OnFileCanWriteWithoutBlocking(int fd) override { ++writes; }
+  void OnFileCanWriteWithoutBlocking(int) override {}
 
   std::unique_ptr<MessageLoop::FileDescriptorWatcher> controller =
       std::make_unique<MessageLoop::FileDescriptorWatcher>();
-  std::string data;
   int reads = 0;
-  int writes = 0;
-  std::function<void()> on_read;
+  ReadyPipe* stops = nullptr;
 
  private:
   int fds_[2];
@@ -79,19 +70,13 @@ TEST(MessageLoopTest, TasksRunInPostingOrderAndDelayedOnesByDueTime) {
     loop.PostTask(FROM_HERE, append('c'));
   });
   loop.PostTask(FROM_HERE, append('b'));
-  const struct {
-    int advance_ms;
-    const char* order;
-  } kSteps[] = {
-      {0, "abc"},
-      {9, "abc"},
-      {1, "abcAB"},  // due together: in posting order
-      {10, "abcABC"},
-  };
+  // Milliseconds the clock moves on, and what has run then; A and B, due together, run in
+  // posting order.
+  const std::pair<int, const char*> kSteps[] = {{9, "abc"}, {1, "abcAB"}, {10, "abcABC"}};
   for (const auto& step : kSteps) {
-    g_now += milliseconds(step.advance_ms);
+    g_now += milliseconds(step.first);
     loop.RunUntilIdle();
-    EXPECT_EQ(step.order, order) << "at +" << step.advance_ms << " ms";
+    EXPECT_EQ(step.second, order) << "after +" << step.first << " ms";
   }
 }
 
@@ -118,97 +103,25 @@ TEST(MessageLoopTest, QuitFromAnotherThreadWakesASleepingLoop) {
   });
 }
 
-TEST(MessageLoopTest, TasksPostedFromSeveralThreadsKeepEachPostersOrder) {
-  MessageLoop loop;
-  const int kPosters = 4;
-  const int kTasksEach = 500;
-  std::vector<std::vector<int>> seen(kPosters);
-  int finished = 0;
-  std::vector<std::thread> posters;
-  for (int p = 0; p < kPosters; ++p) {
-    posters.emplace_back([&, p] {
-      for (int i = 0; i < kTasksEach; ++i)
-        loop.PostTask(FROM_HERE, [&, p, i] { seen[p].push_back(i); });
-      loop.PostTask(FROM_HERE, [&] {
-        if (++finished == kPosters)
-          loop.Quit();
-      });
-    });
-  }
-  loop.Run();
-  for (auto& poster : posters)
-    poster.join();
-  for (int p = 0; p < kPosters; ++p) {
-    ASSERT_EQ(static_cast<size_t>(kTasksEach), seen[p].size());
-    for (int i = 0; i < kTasksEach; ++i)
-      ASSERT_EQ(i, seen[p][i]);
-  }
-}
-
-TEST(MessageLoopTest, PersistentReadWatchSeesEveryWrite) {
-  MessageLoop loop;
-  WatchedPipe pipe;
-  ASSERT_TRUE(pipe.Watch(&loop, true, MessageLoop::WATCH_READ));
-  // Each byte is written once the one before it has been read.
-  pipe.on_read = [&] {
-    if (pipe.data.size() == 3)
-      loop.Quit();
-    else
-      pipe.WriteByte("xyz"[pipe.data.size()]);
-  };
-  pipe.WriteByte('x');
-  loop.Run();
-  EXPECT_EQ("xyz", pipe.data);
-  EXPECT_EQ(3, pipe.reads);
-  EXPECT_TRUE(pipe.controller->is_watching());
-  EXPECT_EQ(0, pipe.writes);
-}
-
-TEST(MessageLoopTest, OneShotWatchEndsBeforeItsCallback) {
-  MessageLoop loop;
-  WatchedPipe pipe;
-  ASSERT_TRUE(pipe.Watch(&loop, false, MessageLoop::WATCH_READ_WRITE, true));
-  loop.RunUntilIdle();
-  EXPECT_EQ(1, pipe.writes);
-  EXPECT_EQ(0, pipe.reads);
-  EXPECT_FALSE(pipe.controller->is_watching());
-  loop.RunUntilIdle();
-  EXPECT_EQ(1, pipe.writes);
-}
-
-TEST(MessageLoopTest, WatchStoppedByAnEarlierCallbackIsNotCalled) {
-  MessageLoop loop;
-  WatchedPipe first;
-  WatchedPipe second;
-  ASSERT_TRUE(first.Watch(&loop, true, MessageLoop::WATCH_READ));
-  ASSERT_TRUE(second.Watch(&loop, true, MessageLoop::WATCH_READ));
+TEST(MessageLoopTest, WatchStoppedByAnEarlierCallbackIsNotCalledAndControllersOutliveTheLoop) {
+  auto loop = std::make_unique<MessageLoop>();
   // Both are ready in the same poll; the first callback destroys the second's controller.
-  first.WriteByte('1');
-  second.WriteByte('2');
-  first.on_read = [&] { second.controller.reset(); };
-  loop.RunUntilIdle();
-  EXPECT_EQ("1", first.data);
+  ReadyPipe first(loop.get());
+  ReadyPipe second(loop.get());
+  first.stops = &second;
+  loop->RunUntilIdle();
+  EXPECT_EQ(1, first.reads);
   EXPECT_EQ(0, second.reads);
+  loop.reset();
+  EXPECT_FALSE(first.controller->is_watching());
+  EXPECT_TRUE(first.controller->StopWatchingFileDescriptor());
 }
 
-TEST(MessageLoopTest, ControllerMayOutliveItsLoop) {
-  WatchedPipe pipe;
-  {
-    MessageLoop loop;
-    ASSERT_TRUE(pipe.Watch(&loop, true, MessageLoop::WATCH_READ));
-  }
-  EXPECT_FALSE(pipe.controller->is_watching());
-  EXPECT_TRUE(pipe.controller->StopWatchingFileDescriptor());
-}
-
-class AppendingObserver : public MessageLoop::DestructionObserver {
- public:
-  AppendingObserver(std::string* order, char mark) : order_(order), mark_(mark) {}
-  void WillDestroyCurrentMessageLoop() override { *order_ += mark_; }
-
- private:
-  std::string* order_;
-  char mark_;
+struct AppendingObserver : MessageLoop::DestructionObserver {
+  AppendingObserver(std::string* o, char m) : order(o), mark(m) {}
+  void WillDestroyCurrentMessageLoop() override { *order += mark; }
+  std::string* order;
+  char mark;
 };
 
 TEST(MessageLoopTest, DestructionTellsObserversThenRunsQueuedTasksAndDropsDelayedOnes) {

@@ -4,34 +4,20 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
-#include <thread>
-
-#include "base/posix/unix_domain_socket.h"
 
 extern char** environ;
 
 namespace base {
 namespace test {
 
-namespace {
-
 typedef std::chrono::steady_clock Clock;
-
-int MillisecondsUntil(Clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-  return left.count() > 0 ? static_cast<int>(left.count()) : 0;
-}
-
-}  // namespace
-
-ChildProcess::ChildProcess() = default;
 
 ChildProcess::~ChildProcess() {
   if (pid_ > 0) {
@@ -42,22 +28,17 @@ ChildProcess::~ChildProcess() {
     close(stdout_fd_);
 }
 
-// static
-std::vector<std::string> ChildProcess::EmulatorCommand() {
-  std::vector<std::string> words;
-  const char* emulator = std::getenv("TARN_TEST_EMULATOR");
-  std::istringstream stream(emulator ? emulator : "");
-  for (std::string word; stream >> word;)
-    words.push_back(word);
-  return words;
-}
-
 bool ChildProcess::Start(const std::string& program,
                          const std::vector<std::string>& arguments,
                          const std::string& stderr_path) {
   if (pid_ > 0)
     return false;
-  std::vector<std::string> words = EmulatorCommand();
+  // Under a cross build's emulator the program runs through the emulator command.
+  const char* emulator = std::getenv("TARN_TEST_EMULATOR");
+  std::istringstream stream(emulator ? emulator : "");
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;)
+    words.push_back(word);
   words.push_back(program);
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
@@ -87,15 +68,15 @@ bool ChildProcess::Start(const std::string& program,
 }
 
 bool ChildProcess::ReadMore(Clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
   pollfd poll_fd{stdout_fd_, POLLIN, 0};
-  if (stdout_fd_ < 0 || poll(&poll_fd, 1, MillisecondsUntil(deadline)) <= 0)
+  if (stdout_fd_ < 0 || poll(&poll_fd, 1, std::max(0, static_cast<int>(left.count()))) <= 0)
     return false;
   char buffer[4096];
   const ssize_t count = read(stdout_fd_, buffer, sizeof(buffer));
-  if (count <= 0)
-    return false;
-  buffered_.append(buffer, static_cast<size_t>(count));
-  return true;
+  if (count > 0)
+    buffered_.append(buffer, static_cast<size_t>(count));
+  return count > 0;
 }
 
 bool ChildProcess::ReadLine(std::chrono::milliseconds timeout, std::string* line) {
@@ -124,39 +105,19 @@ bool ChildProcess::Signal(int signal_number) {
 }
 
 int ChildProcess::Wait(std::chrono::milliseconds timeout) {
-  if (pid_ <= 0)
-    return -1;
-  const Clock::time_point deadline = Clock::now() + timeout;
+  // A pidfd becomes readable when the child ends; the child is not reaped until then.
+  const int pidfd = pid_ > 0 ? static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)) : -1;
+  pollfd poll_fd{pidfd, POLLIN, 0};
+  const bool ended = pidfd >= 0 && poll(&poll_fd, 1, static_cast<int>(timeout.count())) == 1;
+  if (pidfd >= 0)
+    close(pidfd);
   int status = 0;
-  while (waitpid(pid_, &status, WNOHANG) == 0) {
-    if (Clock::now() > deadline)
-      return -1;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  if (!ended || waitpid(pid_, &status, 0) != pid_)
+    return -1;
   pid_ = -1;
   if (WIFEXITED(status))
     return WEXITSTATUS(status);
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
-}
-
-bool WaitForUnixSocket(const std::string& path, std::chrono::milliseconds timeout) {
-  sockaddr_un address;
-  socklen_t length;
-  if (!FillUnixAddress(path, &address, &length))
-    return false;
-  const Clock::time_point deadline = Clock::now() + timeout;
-  for (;;) {
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool connected =
-        fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), length) == 0;
-    if (fd >= 0)
-      close(fd);
-    if (connected)
-      return true;
-    if (Clock::now() > deadline)
-      return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
 }
 
 }  // namespace test

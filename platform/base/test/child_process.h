@@ -17,7 +17,7 @@ namespace test {
 
 class ChildProcess {
  public:
-  ChildProcess();
+  ChildProcess() = default;
   // Kills the child if it still runs.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -44,9 +44,6 @@ class ChildProcess {
   // when it has not ended within |timeout|.
   int Wait(std::chrono::milliseconds timeout);
 
-  // The words of the emulator command, empty for a native build.
-  static std::vector<std::string> EmulatorCommand();
-
  private:
   // Appends what stdout has within |timeout|; false on its end or at the deadline.
   bool ReadMore(std::chrono::steady_clock::time_point deadline);
@@ -55,9 +52,6 @@ class ChildProcess {
   int stdout_fd_ = -1;
   std::string buffered_;
 };
-
-// Waits until a Unix socket at |path| accepts a connection (which is closed again).
-bool WaitForUnixSocket(const std::string& path, std::chrono::milliseconds timeout);
 
 }  // namespace test
 }  // namespace base

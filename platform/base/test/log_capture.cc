@@ -1,5 +1,6 @@
 #include "base/test/log_capture.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 
@@ -7,9 +8,7 @@
 
 namespace logging {
 
-namespace {
-std::atomic<ScopedLogCapture*> g_capture{nullptr};
-}  // namespace
+static std::atomic<ScopedLogCapture*> g_capture{nullptr};
 
 ScopedLogCapture::ScopedLogCapture() : previous_handler_(GetLogMessageHandler()) {
   if (g_capture.exchange(this) != nullptr)
@@ -45,28 +44,22 @@ std::vector<ScopedLogCapture::Line> ScopedLogCapture::lines() const {
 }
 
 std::vector<std::string> ScopedLogCapture::messages() const {
-  std::lock_guard<std::mutex> lock(lock_);
   std::vector<std::string> result;
-  for (const Line& line : lines_)
+  for (const Line& line : lines())
     result.push_back(line.message);
   return result;
 }
 
 int ScopedLogCapture::Count(const std::string& message) const {
-  std::lock_guard<std::mutex> lock(lock_);
-  int count = 0;
-  for (const Line& line : lines_)
-    count += line.message == message ? 1 : 0;
-  return count;
+  const std::vector<std::string> all = messages();
+  return static_cast<int>(std::count(all.begin(), all.end(), message));
 }
 
 bool ScopedLogCapture::Has(int severity, const std::string& message) const {
-  std::lock_guard<std::mutex> lock(lock_);
-  for (const Line& line : lines_) {
-    if (line.severity == severity && line.message == message)
-      return true;
-  }
-  return false;
+  const std::vector<Line> all = lines();
+  return std::any_of(all.begin(), all.end(), [&](const Line& line) {
+    return line.severity == severity && line.message == message;
+  });
 }
 
 void ScopedLogCapture::Clear() {
