@@ -70,6 +70,19 @@ TEST_F(LoggingTest, CheckOpStringAndCheckLine) {
             g_captured.str.substr(g_captured.message_start));
 }
 
+// The names configurations give levels by, in both directions; a near miss is no name.
+TEST(LoggingNamesTest, EverySeverityHasOneExactName) {
+  const char* const names[] = {"LOG_VERBOSE", "LOG_INFO",         "LOG_WARNING",
+                               "LOG_ERROR",   "LOG_ERROR_REPORT", "LOG_FATAL"};
+  for (LogSeverity severity = LOG_VERBOSE; severity <= LOG_FATAL; ++severity) {
+    const std::string name = names[severity - LOG_VERBOSE];
+    LogSeverity read = -100;
+    EXPECT_TRUE(SeverityFromName(name, &read) && read == severity) << name;
+    EXPECT_STREQ(name.c_str() + 4, LogSeverityName(severity));
+    EXPECT_FALSE(SeverityFromName(name.substr(4), &read) || SeverityFromName(name + " ", &read));
+  }
+}
+
 TEST(LoggingDeathTest, CheckStopsTheProcess) {
   EXPECT_DEATH(CHECK(1 + 1 == 3), "Check failed: 1 \\+ 1 == 3");
 }
