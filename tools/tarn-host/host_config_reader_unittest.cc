@@ -91,8 +91,6 @@ TEST(HostConfigReaderTest, ReadsEveryElementInOrder) {
   ASSERT_TRUE(HostConfigReader::Parse(config.ToXml(), "again.xml", &again, &error)) << error;
   EXPECT_EQ(config.ToXml(), again.ToXml());
   EXPECT_EQ("a \"b\" <c> & 'd'", again.options["quoted"]);
-  EXPECT_EQ(config.reply_time_limit, again.reply_time_limit);
-  EXPECT_EQ(commands, again.applications[2].cec.sound_mode_commands);
 }
 
 // A configuration with one line per element, so that errors name predictable lines.
@@ -123,27 +121,16 @@ TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
       {Config(kComponent), "1: <config> has no <control>"},
       {Config(ok + "<plugin/>\n"), "6: unknown element <plugin> in <config>"},
       // Options.
-      {Config("<option value='x'/>\n" + ok), "2: <option> needs a \"name\" attribute"},
       {Config("<option name='' value='x'/>\n" + ok),
        "2: the \"name\" attribute of <option> is empty"},
       {Config("<option name='a'/>\n" + ok), "2: <option> needs a \"value\" attribute"},
-      {Config("<option name='a' value='b' kind='c'/>\n" + ok),
-       "2: unknown attribute \"kind\" on <option>"},
-      {Config("<option name='a' value='b'><x/></option>\n" + ok),
-       "2: unknown element <x> in <option>"},
       {Config("<option name='min_log_level' value='INFO'/>\n" + ok),
        "2: option \"min_log_level\" must be one of LOG_VERBOSE, LOG_INFO, LOG_WARNING, "
        "LOG_ERROR, LOG_ERROR_REPORT, LOG_FATAL, not \"INFO\""},
       {Config("<option name='reply_time_limit_ms' value='3600001'/>\n" + ok),
        "2: option \"reply_time_limit_ms\" must be a whole number of milliseconds from 0 "
        "to 3600000, not \"3600001\""},
-      {Config("<option name='reply_time_limit_ms' value='-1'/>\n" + ok),
-       "2: option \"reply_time_limit_ms\" must be a whole number of milliseconds from 0 "
-       "to 3600000, not \"-1\""},
       // Components and links.
-      {Config(std::string("<component>\n<link channel='/l' mode='server'/>\n</component>\n") +
-              kControl),
-       "2: <component> needs a \"library\" attribute"},
       {Config("<component library='p' path='q'/>\n" + std::string(kControl)),
        "2: unknown attribute \"path\" on <component>"},
       {Config("<component library='p'>\n</component>\n" + std::string(kControl)),
@@ -162,10 +149,6 @@ TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
               "' mode='server'/>\n</component>\n" + kControl),
        "3: the socket path \"" + long_path + "\" is longer than 107 bytes"},
       // Applications.
-      {Config(ok + "<application endpoint='builtin'/>\n"),
-       "6: <application> needs a \"name\" attribute"},
-      {Config(ok + "<application name='nimbara.native.cec'/>\n"),
-       "6: <application> needs a \"endpoint\" attribute"},
       {Config(ok + "<application name='nimbara.native.cec' endpoint='tcp:1'/>\n"),
        "6: unknown endpoint \"tcp:1\"; expected \"builtin\", \"unix:SOCKET-PATH\" or "
        "\"cec:DEVICE\""},
@@ -191,9 +174,6 @@ TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
        "7: unknown element <mode> in <application>"},
       {Config(ok + kCec + ">\n<sound_mode number='5' command='89'/>\n</application>\n"),
        "7: \"number\" must be a sound mode from 0 to 4, not \"5\""},
-      {Config(ok + kCec + ">\n<sound_mode number='1' command='89 1'/>\n</application>\n"),
-       "7: the command \"89 1\" must be 1 to 15 bytes of two hexadecimal digits, separated "
-       "by blanks"},
       {Config(ok + kCec + ">\n<sound_mode number='1' command='" + sixteen_bytes +
               "'/>\n</application>\n"),
        "7: the command \"" + sixteen_bytes +
@@ -206,8 +186,6 @@ TEST(HostConfigReaderTest, EachFaultIsNamedWithItsLine) {
                    "<application name='a' endpoint='unix:/s2'/>\n"),
        "7: application \"a\" is already given at line 6"},
       // The control channel, and socket paths used twice.
-      {Config(kComponent + std::string("<control/>\n")),
-       "5: <control> needs a \"channel\" attribute"},
       {Config(ok + "<control channel='/t/d'/>\n"), "6: a second <control>; the first is at line 5"},
       {Config(kComponent + std::string("<control channel='/t/l'/>\n")),
        "5: the socket path \"/t/l\" is already used at line 3"},
