@@ -9,7 +9,6 @@
 
 #include <chrono>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -54,39 +53,29 @@ class RawPeer {
   // payload's size first) until |count| have come; the number that came within kTimeout.
   size_t CountMessages(size_t count) {
     size_t seen = 0;
-    Read([&](std::string* input) {
+    std::string input;
+    char buffer[65536];
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
+    while (seen <= count && std::chrono::steady_clock::now() < deadline) {
+      pollfd entry = {fd_, POLLIN, 0};
+      const ssize_t got =
+          poll(&entry, 1, 100) > 0 ? recv(fd_, buffer, sizeof(buffer), MSG_DONTWAIT) : -1;
+      if (got == 0 || (got < 0 && errno == ECONNRESET))
+        break;
+      input.append(buffer, got > 0 ? static_cast<size_t>(got) : 0);
       uint32_t payload = 0;
-      while (seen <= count && input->size() >= 20) {
-        std::memcpy(&payload, input->data(), sizeof(payload));
-        if (input->size() < 20 + payload)
+      while (seen <= count && input.size() >= 20) {
+        std::memcpy(&payload, input.data(), sizeof(payload));
+        if (input.size() < 20 + payload)
           break;
-        input->erase(0, 20 + payload);
+        input.erase(0, 20 + payload);
         ++seen;
       }
-      return seen > count;
-    });
+    }
     return seen > 0 ? seen - 1 : 0;  // the hello is not counted
   }
 
  private:
-  // Reads until |enough| holds for what came and was left unconsumed (true), the host
-  // closes the connection (false) or kTimeout passes (true).
-  bool Read(const std::function<bool(std::string*)>& enough) {
-    std::string input;
-    char buffer[65536];
-    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-    while (!enough(&input) && std::chrono::steady_clock::now() < deadline) {
-      pollfd entry = {fd_, POLLIN, 0};
-      if (poll(&entry, 1, 100) <= 0)
-        continue;
-      const ssize_t count = recv(fd_, buffer, sizeof(buffer), MSG_DONTWAIT);
-      if (count == 0 || (count < 0 && errno == ECONNRESET))
-        return false;
-      input.append(buffer, count > 0 ? static_cast<size_t>(count) : 0);
-    }
-    return true;
-  }
-
   int fd_;
 };
 

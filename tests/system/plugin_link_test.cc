@@ -112,15 +112,9 @@ void LifeOfTheComponent() {
   EXPECT_TRUE(component->Destroy());              // a second call deletes nothing twice
 }
 
-// Runs |scenario| and ends the process: 0 when it passed, else 1 with its failures on stderr.
+// Runs |scenario| and ends the process: 0 when it passed, else 1.
 void RunAndExit(void (*scenario)()) {
-  scenario();
-  const testing::TestResult* result =
-      testing::UnitTest::GetInstance()->current_test_info()->result();
-  for (int i = 0; i < result->total_part_count(); ++i) {
-    const testing::TestPartResult& part = result->GetTestPartResult(i);
-    std::fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(), part.message());
-  }
+  scenario();  // each failure is printed as it happens
   std::fflush(nullptr);
   _exit(testing::Test::HasFailure() ? 1 : 0);
 }
