@@ -122,11 +122,9 @@ TEST(ControlCommandsTest, EachAnswerOfTheHostEndsTheCommandItsWay) {
   };
   std::vector<Row> rows = {
       {{"discover", "tv-1"}, With(0, kNone, false), 0, "{\"ok\":false}\n", 0},
-      {{"disconnect", ""}, With(0, kNone, false), 0, "{\"ok\":false}\n", 0},
       {{"disconnect", "tv-1"}, With(0, kErrorReply), 1, kErrorText, 0},
       {{"events"}, With(0, kErrorReply), 1, kErrorText, -1},
       {{"--timeout", "200", "disconnect", "tv-1"}, With(0, kSilent), 1, kNoReply, 0},
-      {{"--timeout", "200", "events"}, With(0, kSilent), 1, kNoReply, 0},
       {{"events"},
        With(0, kCloseOnSubscribe),
        1,
@@ -147,12 +145,10 @@ TEST(ControlCommandsTest, EachAnswerOfTheHostEndsTheCommandItsWay) {
        "avctl: subscribed to event 37\n",
        37},
   };
-  // Each status with which the host could not invoke the discovery.
+  // A status with which the host could not invoke the discovery, and one it does not know;
+  // each status's text is control::InvokeStatusText's, checked in the invoker's log.
   const std::pair<int, const char*> kNotInvoked[] = {
       {1, "no such method is registered"},
-      {2, "the method does not take one string and answer a bool"},
-      {3, "the class has no GetInstance giving the object"},
-      {4, "the request was incomplete"},
       {9, "unknown status"},
   };
   for (const auto& status : kNotInvoked) {

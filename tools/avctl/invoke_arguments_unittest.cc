@@ -56,11 +56,8 @@ TEST(InvokeArgumentsTest, PairsAndArgsMakeTheDictionaryOrAUsageError) {
       {nullptr, {"=x"}, "<usage: \"=x\" has an empty key"},
       {nullptr, {":=1"}, "<usage: \":=1\" has an empty key"},
       {nullptr, {"a:="}, "<usage: the value of \"a\" is not JSON: "},
-      {nullptr, {"ok=1", "a:=on"}, "<usage: the value of \"a\" is not JSON: "},
       {"", {}, "<usage: --args is not JSON: "},
-      {"{\"a\":", {}, "<usage: --args is not JSON: "},
       {"[1]", {}, "<usage: --args must be a JSON object, not an array"},
-      {"\"text\"", {}, "<usage: --args must be a JSON object, not a string"},
   };
   for (const auto& test : kCases) {
     // A JSON line ends with its object, so its start is all of it.

@@ -45,7 +45,6 @@ TEST(ValueJsonTest, EveryKindOfValueRoundTrips) {
       {"1", base::Value::TYPE_INTEGER, "1"},
       {"1.0", base::Value::TYPE_DOUBLE, "1.0"},
       {"1E2", base::Value::TYPE_DOUBLE, "100.0"},
-      {"-0.5", base::Value::TYPE_DOUBLE, "-0.5"},
       {"2147483647", base::Value::TYPE_INTEGER, "2147483647"},
       {"-2147483648", base::Value::TYPE_INTEGER, "-2147483648"},
       {"2147483648", base::Value::TYPE_DOUBLE, "2147483648.0"},
@@ -60,8 +59,6 @@ TEST(ValueJsonTest, EveryKindOfValueRoundTrips) {
        R"({"a.b":{"":""},"b":[1,2.5,null,{"x":true}]})"},
       {"", kNone, "<not JSON>"},
       {"{", kNone, "<not JSON>"},
-      {"[1,]", kNone, "<not JSON>"},
-      {"nope", kNone, "<not JSON>"},
       {"1e400", kNone, "<not JSON>"},
       {"\"\xFF\"", kNone, "<not JSON>"},
   };

@@ -47,9 +47,7 @@ TEST(UsageErrorTest, ReportsWithTheToolsNameAndSuggestsACloseWord) {
 
 TEST(UsageErrorTest, ClosestWordOnlyForLikelySlips) {
   const std::vector<std::string> known = {"--config", "--print-config", "invoke", "status"};
-  EXPECT_EQ("invoke", ClosestWord("invok", known));
   EXPECT_EQ("--print-config", ClosestWord("--printconfig", known));
-  EXPECT_EQ("", ClosestWord("wait", known));
   EXPECT_EQ("", ClosestWord("status", known));  // a known word is no slip
 }
 

@@ -109,6 +109,9 @@ TEST_F(MethodInvokerTest, StatusesFollowTheRegistrationsAndEachCallIsLogged) {
   EXPECT_TRUE(capture.Has(logging::LOG_INFO,
                           "Invoke test Target int (std::string)(\"yes\"): the method does not "
                           "take one string and answer a bool"));
+  EXPECT_TRUE(capture.Has(logging::LOG_INFO,
+                          "Invoke test NoInstance Accept(\"yes\"): the class "
+                          "has no GetInstance giving the object"));
 
   bool result = true;
   EXPECT_EQ(control::kInvokeNoSuchMethod,
