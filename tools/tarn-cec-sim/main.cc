@@ -165,14 +165,8 @@ void Configure(const Options& options, cec_sim::ReceiverSimulator* receiver) {
   receiver->SetOutcomeObserver(PrintOutcome);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  Options options;
-  const int exit_code = ParseCommandLine(argc, argv, &options);
-  if (exit_code >= 0)
-    return exit_code;
-
+// Serves the simulator configured by |options| until a stop signal comes.
+int Serve(const Options& options) {
   // Before any thread starts, so that every thread keeps the stop signals blocked. A
   // reader that goes away must not kill the process on the next line.
   tool_cli::StopSignal stop_signal;
@@ -194,4 +188,12 @@ int main(int argc, char** argv) {
   receiver.Interrupt();
   server.Stop();
   return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  const int exit_code = ParseCommandLine(argc, argv, &options);
+  return exit_code >= 0 ? exit_code : Serve(options);
 }
