@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/test/blocked_thread.h"
 #include "gtest/gtest.h"
 #include "tvapp/application_base.h"
 #include "tvapp/local_endpoint.h"
@@ -73,11 +74,13 @@ TEST(LocalEndpointConcurrencyTest, HandlerRunsOneMessageAtATimeAndCloseWaitsForI
   });
   while (application.received().size() <= 4 * 300)
     std::this_thread::yield();
-  auto closed = std::async(std::launch::async, [&endpoint, &application] {
+  std::promise<pid_t> closer;
+  auto closed = std::async(std::launch::async, [&endpoint, &application, &closer] {
+    closer.set_value(base::test::CurrentThreadId());
     endpoint.Close();
     return application.running_.load();
   });
-  EXPECT_EQ(std::future_status::timeout, closed.wait_for(std::chrono::milliseconds(50)));
+  base::test::WaitUntilBlocked(closer.get_future().get());  // in Close(), or done too soon
   application.Release();
   EXPECT_EQ(0, closed.get());  // Close() returned only once the handler had returned
   const auto result = sent.get();
