@@ -96,7 +96,7 @@ void RecordingListener::Record(const std::function<void(Events*)>& change) {
 bool RawClient::Connect(const std::string& path) {
   Close();
   fd_ = base::ConnectUnixSocket(path);
-  const timeval timeout = {kTimeout.count() / 1000, 0};
+  const timeval timeout = {static_cast<time_t>(kTimeout.count() / 1000), 0};
   return fd_ >= 0 && fcntl(fd_, F_SETFL, 0) == 0 &&
          setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout)) == 0;
 }
