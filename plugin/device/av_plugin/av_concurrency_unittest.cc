@@ -2,65 +2,13 @@
 // in CI (CTest label "concurrency").
 
 #include <atomic>
-#include <cstdio>
-#include <cstdlib>
 #include <thread>
 
-#include "base/synchronization/waitable_event.h"
 #include "plugin/device/av_plugin/av_manager_impl.h"
 #include "plugin/device/av_plugin/test/av_test.h"
-#include "runtime/runtime.h"
 
 namespace plugin {
 namespace {
-
-// Runs |body|(i) on |threads| threads, released together once all of them have started.
-void RunTogether(int threads, const std::function<void(int)>& body) {
-  std::atomic<int> starting{threads};
-  base::WaitableEvent go(true, false);
-  std::vector<std::thread> workers;
-  for (int i = 0; i < threads; ++i) {
-    workers.emplace_back([&, i] {
-      if (--starting == 0)
-        go.Signal();
-      go.Wait();
-      body(i);
-    });
-  }
-  for (auto& worker : workers)
-    worker.join();
-}
-
-// Races the first uses of the manager; exits 0 when it wrote "Call Init()" once, and says
-// on stderr how often it did. (That every thread gets the one instance is the platform
-// Singleton's, tested with it.)
-void FirstUseFromManyThreads() {
-  logging::ScopedLogCapture capture;
-  constexpr int kThreads = 8;
-  // The manager's first registration, made while it is being built, waits until every
-  // thread has asked for the manager.
-  std::atomic<int> arriving{kThreads};
-  base::WaitableEvent all_arrived(true, false);
-  RecordingReflection reflection;
-  reflection.before_parse = [&all_arrived] { all_arrived.Wait(); };
-  runtime::Runtime::GetInstance()->SetReflectionForTesting(&reflection);
-  RunTogether(kThreads, [&](int) {
-    if (--arriving == 0)
-      all_arrived.Signal();
-    AvManagerImpl::GetInstance();
-  });
-  const int inits = capture.Count(" #av#Init#  Call Init()");
-  std::fprintf(stderr, "Call Init() written %d times\n", inits);
-  std::exit(inits == 1 ? 0 : 1);
-}
-
-// The race runs in a new process (the death test style "threadsafe" starts the test
-// program again for it), where nothing has used the singletons yet.
-TEST(AvConcurrencyDeathTest, FirstUseFromManyThreadsInitsOnce) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(FirstUseFromManyThreads(), testing::ExitedWithCode(0),
-              "Call Init\\(\\) written 1 times");
-}
 
 TEST_F(AvTest, ConcurrentDiscoveryReadsAndDisconnectionsThenOneDestroy) {
   AvManagerImpl* manager = AvManagerImpl::GetInstance();

@@ -1,18 +1,21 @@
 // What the plugin's unit tests share: a fixture that lets every module line through,
 // captures what is written and drives a stub without a channel, and a registry that notes
-// the calls made of it.
+// the calls made of it, and threads started together.
 
 #ifndef PLUGIN_DEVICE_AV_PLUGIN_TEST_AV_TEST_H_
 #define PLUGIN_DEVICE_AV_PLUGIN_TEST_AV_TEST_H_
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "base/json/json_writer.h"
 #include "base/logging.h"
+#include "base/synchronization/waitable_event.h"
 #include "base/test/log_capture.h"
 #include "base/values.h"
 #include "gtest/gtest.h"
@@ -113,6 +116,23 @@ class AvTest : public testing::Test {
   logging::ScopedLogCapture capture_;
   RecordingStub stub_;
 };
+
+// Runs |body|(i) on |threads| threads, released together once all of them have started.
+inline void RunTogether(int threads, const std::function<void(int)>& body) {
+  std::atomic<int> starting{threads};
+  base::WaitableEvent go(true, false);
+  std::vector<std::thread> workers;
+  for (int i = 0; i < threads; ++i) {
+    workers.emplace_back([&, i] {
+      if (--starting == 0)
+        go.Signal();
+      go.Wait();
+      body(i);
+    });
+  }
+  for (auto& worker : workers)
+    worker.join();
+}
 
 }  // namespace plugin
 
